@@ -1,0 +1,27 @@
+// Process: starting a program with its output sent to a file, and waiting
+// for it with a time limit.
+#pragma once
+
+#include "values/NyxString.h"
+
+class XmlProxyClient;
+
+// Starts the program named by the first word of `commandLine` (searched on
+// PATH), with the remaining words as its arguments; words are separated by
+// blanks and there is no quoting. When `redirect` is true the child's standard
+// output goes to `outputPath` (created or truncated, 0600); its standard input
+// is /dev/null and its standard error is inherited. `started` tells whether a
+// process was made. Returns the process id, or 0 on failure. The parameters
+// named unused are accepted for the callers' sake and ignored.
+int ExecRedirect(const NyxString& commandLine, bool& started, XmlProxyClient* proxy,
+                 const NyxString& unused1, const NyxString& outputPath, const NyxString& unused2,
+                 unsigned long unused3, bool unused4, bool redirect, void* unused5, bool unused6,
+                 int* unused7);
+
+enum class WaitOutcome { Exited, TimedOut, Failed };
+
+// Waits for the child `pid` to end and reaps it. timeoutMilliseconds 0 means
+// no limit; past the limit the child is killed (SIGKILL) and reaped, and the
+// outcome is TimedOut. Failed means pid was not a child that could be waited
+// for.
+WaitOutcome WaitForProcess(int pid, unsigned timeoutMilliseconds);

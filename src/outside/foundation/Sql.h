@@ -1,0 +1,36 @@
+// Sql: a database connection behind a small virtual interface. SQLite is the
+// one kind built in; another kind of database slots in as a subclass.
+#pragma once
+
+#include "values/NyxString.h"
+
+// The rows of one statement's result. NextRow must be called before the first
+// row is read.
+class GenSqlResult {
+public:
+    virtual ~GenSqlResult();
+    // Moves to the next row; non-zero if there is one.
+    virtual int NextRow();
+    // The text of a column of the current row, numbered from 0; NULL, a column
+    // out of range or no current row gives "".
+    virtual NyxString GetColumnText(unsigned column);
+};
+
+class GenSqlConnection {
+public:
+    enum enum_DatabaseType { Sqlite = 6 };
+
+    // A new, unconnected connection of the given kind that the caller owns;
+    // null for a kind that is not built in. 6 is SQLite.
+    static GenSqlConnection* Create(int type);
+
+    virtual ~GenSqlConnection();
+    // Opens the database; for SQLite `path` is the database file, created if
+    // missing. Non-zero on success.
+    virtual int Connect(const NyxString& path);
+    // Runs exactly one statement; text after the statement (other than blanks
+    // and a final ';') is refused. Returns a result the caller deletes (no rows
+    // for a statement that is not a query), or null on any error. flags is
+    // unused.
+    virtual GenSqlResult* ExecuteSql(const NyxString& text, int flags);
+};
