@@ -1,0 +1,89 @@
+// VexlPage: one page request. The caller sets the file, the output and the
+// request's values, calls Process, then reads Headers and the output.
+// Handlers reach every piece of state of the request through its fields.
+#pragma once
+
+#include "outside/quince/QuinceContext.h"
+#include "page/HeaderList.h"
+#include "tags/TagDefList.h"
+#include "values/HtmlObjectList.h"
+#include "values/NyxString.h"
+#include "values/NyxVector.h"
+#include "values/Variable.h"
+
+class GenSqlConnection;
+struct FunctionModuleCall;
+
+// Entry point of the html.qnc module: the page's objects as a script value.
+using HtmlFileToVariableFunction = Variable* (*)(FunctionModuleCall* call, HtmlObjectList* list);
+
+class VexlPage {
+public:
+    VexlPage();
+    VexlPage(const VexlPage& parent);  // a child page: shares Context and Output
+    VexlPage& operator=(const VexlPage&) = delete;
+    virtual ~VexlPage();
+
+    void SetFile(const NyxString& path);
+    void SetOutput(NyxString* output);
+    void SetIniPath(const NyxString& path);
+    bool Process();
+
+    unsigned SetSessionId(unsigned id, unsigned expiry);
+    void CreateOneVariable(const NyxString& name, const NyxString& value, QuinceContext::enum_VarListType list);
+    void SetTranslationFile(const NyxString& path);
+    GenSqlConnection* GetTranslationDb();
+    Variable* GetHtmlFileVariable();
+
+    void AppendOutput(const NyxString& text);
+    void AppendOutput(const char* text, unsigned size);
+    void PrintOutput(NyxString format, ...);
+    void FlushOutput();
+    void ErrorOutput(unsigned line, const NyxString& format, ...);
+
+    // Names of the server values, for the caller's CreateOneVariable calls.
+    static const NyxString HTTP_DOCUMENT_ROOT;
+    static const NyxString HTTP_REMOTE_ADDR;
+    static const NyxString HTTP_REMOTE_HOST;
+    static const NyxString HTTP_REMOTE_PASSWORD;
+    static const NyxString HTTP_REMOTE_USER;
+    static const NyxString HTTP_SCRIPT_FILE;
+    static const NyxString HTTP_SCRIPT_NAME;
+    static const NyxString HTTP_SERVER_NAME;
+    static const NyxString HTTP_URL;
+    static const NyxString HTTP_USER_AGENT;
+    static const NyxString SESSIONID_NAME;
+
+    HtmlObjectList* HtmlList = nullptr;        // owned; swapped by INCLUDE
+    unsigned SessionId = 0;
+    QuinceContext* Context = nullptr;          // owned unless IsChildPage
+    TagDefList TagDefs;
+    HeaderList Headers;
+    NyxVector<NyxString> IncludedFiles;        // full paths let in by onceonly
+    NyxVector<NyxString> TempFiles;            // deleted at the end of Process
+    NyxString* Output = nullptr;               // not owned while OutputIsExternal
+    NyxString IniPath;
+    bool TranslationEnabled = false;
+    NyxString TranslationTable;
+    NyxString TranslationKeyColumn;
+    NyxString TranslationValueColumn;
+    bool OutputIsExternal = false;
+    bool IsChildPage = false;
+    HtmlFileToVariableFunction HtmlFileToVariableFn = nullptr;
+    NyxString TranslationFile;
+    GenSqlConnection* TranslationDb = nullptr;  // owned
+
+    // Beyond the request's own fields: the nesting depth of walks in progress
+    // (blocks, includes, user tags, child pages), shared with child pages.
+    int* WalkDepth = nullptr;
+    VexlPage* ParentPage = nullptr;  // set on child pages; temporary files go there
+
+private:
+    void ProcessPrePostScripts(const NyxString& key);
+    void SetSessionCookie();
+    void DeleteTempFiles();
+    bool LoadHtmlModule();
+
+    NyxString* OwnBuffer = nullptr;  // the page's own buffer, kept alive for child pages
+    int OwnWalkDepth = 0;
+};

@@ -1,0 +1,32 @@
+// VarDouble: a double value of the script language.
+#pragma once
+
+#include <cstdint>
+
+#include "values/Variable.h"
+
+class VarDouble : public Variable {
+public:
+    explicit VarDouble(const NyxString& name = NyxString(), unsigned flags = 0);
+    ~VarDouble() override = default;
+
+    Variable* Clone() const override;
+    void SetDoubleValue(double value) override;
+    int GetBoolValue() const override;
+    char GetCharValue() const override;
+    long GetIntegerValue() const override;
+    float GetFloatValue() const override;
+    double GetDoubleValue() const override;
+    int IsCompatibleWith(const Variable* other) const override;
+    int Assign(Variable* value) override;
+    void DumpValue(NyxString& output, const NyxString& prefix) const override;
+    void DumpType(NyxString& output, const NyxString& prefix, int depth) const override;
+    void AppendText(NyxString& output) const override;
+
+    VarDouble& operator=(const VarDouble& other);
+
+protected:
+    VarDouble(const VarDouble& other);
+
+    double Value;
+};
