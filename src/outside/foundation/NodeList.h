@@ -1,0 +1,52 @@
+// NodeList: an ordered list of opaque entries, numbered from 1.
+// A list built with a deleter owns its entries and disposes of each one with
+// it; a list built without one only lends them out.
+#pragma once
+
+class NodeList {
+public:
+    using EntryDeleter = void (*)(void* entry);
+
+    NodeList();                               // entries are not owned
+    explicit NodeList(EntryDeleter deleter);  // entries are owned and disposed of by `deleter`
+    NodeList(const NodeList&) = delete;
+    NodeList& operator=(const NodeList&) = delete;
+    virtual ~NodeList();
+
+    unsigned GetCount() const { return Count; }
+    // Entry number `number`, from 1 up to and including GetCount(); null otherwise.
+    void* GetEntry(unsigned number) const {
+        return number >= 1 && number <= Count ? Items[number - 1] : nullptr;
+    }
+
+    // Appends `entry`; returns its number.
+    int AddEntry(void* entry);
+    // Puts `entry` at `number` (1 .. GetCount()+1, larger numbers append); returns its number.
+    int InsertEntry(unsigned number, void* entry);
+    // Takes the entry out without disposing of it and hands it back; null out of range.
+    void* RemoveEntry(unsigned number);
+    // Takes the entry out and disposes of it; the entries behind it move up.
+    void DeleteEntry(unsigned number);
+    // Puts `entry` in the place of entry `number`, disposing of the previous one.
+    void SetEntry(unsigned number, void* entry);
+    // Disposes of every entry.
+    void DeleteAllEntries();
+
+    // Stable sort by SortCompare.
+    void Sort();
+    // Order of two entries: negative, 0 or positive. The base keeps the order.
+    virtual int SortCompare(void* a, void* b);
+
+protected:
+    EntryDeleter Deleter;  // null: entries are not owned
+
+private:
+    void Grow(unsigned needed);
+
+    static constexpr unsigned kInlineEntries = 4;  // most tags carry few parameters
+
+    void** Items;        // Inline until the list outgrows it, then a malloc block
+    unsigned Count = 0;
+    unsigned Capacity = kInlineEntries;
+    void* Inline[kInlineEntries];
+};

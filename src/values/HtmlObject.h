@@ -1,0 +1,65 @@
+// HtmlObject: one object of a parsed page: a stretch of text (tag id 0) or one
+// tag, start or end. A tag object is its own parameter list.
+#pragma once
+
+#include <cstddef>
+#include <string_view>
+
+#include "values/HtmlTagParamList.h"
+#include "values/NyxString.h"
+
+class HtmlObject : public HtmlTagParamList {
+public:
+    // How a start tag closed: "<br>", "<br/>" or "<br />"; Output() repeats it.
+    enum class Closing { Plain = 0, Slash = 1, BlankSlash = 2 };
+
+    // An empty object: no parameters, tag id 0. The argument is the line number.
+    explicit HtmlObject(unsigned int lineNum = 0);
+    HtmlObject(const HtmlObject& other);             // deep: the copy owns copies of the parameters
+    HtmlObject& operator=(const HtmlObject& other);  // deep
+    ~HtmlObject() override;
+
+    int GetTagId() const { return TagIdValue; }
+    int IsEndTag() const { return EndFlag; }      // exactly 0 or 1
+    int IsStartTag() const { return StartFlag; }  // 1 on a start tag, else 0
+    // Sets the tag id and the end flag (any non-zero endFlag is stored as 1).
+    void SetTagId(int id, int endFlag);
+
+    unsigned GetLineNum() const { return LineNum; }
+    void SetLineNum(unsigned lineNum) { LineNum = lineNum; }
+
+    // The label as written, without angle brackets and without the slash of
+    // an end tag; empty on a text object.
+    const NyxString& GetTagLabel() const { return TagLabel; }
+    void SetTagLabel(std::string_view label) { TagLabel.Assign(label.data(), static_cast<unsigned>(label.size())); }
+    // The text of a text object, exactly as in the source; empty on a tag.
+    const NyxString& GetText() const { return Text; }
+    void SetText(std::string_view text) { Text.Assign(text.data(), static_cast<unsigned>(text.size())); }
+
+    Closing GetClosing() const { return ClosingForm; }
+    void SetClosing(Closing closing) { ClosingForm = closing; }
+
+    // Where the object stood in the parsed source: byte offset and byte count.
+    // Objects not made by the parser have 0, 0; a copy keeps its source's.
+    std::size_t GetSourceOffset() const { return SourceOffset; }
+    std::size_t GetSourceSize() const { return SourceSize; }
+    void SetSourceSpan(std::size_t offset, std::size_t size) { SourceOffset = offset; SourceSize = size; }
+
+    // A text object: its text unchanged. A start tag: "<" label, each parameter
+    // as HtmlTagParam::Output renders it, the closing slash if the source had
+    // one, ">". An end tag: "</" label ">". No line end is added.
+    NyxString Output() const;
+    // The same text, appended to `out` without a temporary.
+    void AppendOutputTo(NyxString& out) const;
+
+private:
+    int TagIdValue = 0;
+    int StartFlag = 0;
+    int EndFlag = 0;  // exactly 0 or 1: walkers compare it for equality
+    unsigned LineNum = 0;
+    Closing ClosingForm = Closing::Plain;
+    NyxString Text;
+    NyxString TagLabel;
+    std::size_t SourceOffset = 0;
+    std::size_t SourceSize = 0;
+};

@@ -1,0 +1,44 @@
+// HtmlObjectList: a page parsed into a flat sequence of HtmlObjects in
+// document order, numbered from 0. The list owns its objects.
+#pragma once
+
+#include <string_view>
+#include <vector>
+
+#include "values/HtmlObject.h"
+#include "values/NyxString.h"
+
+class HtmlObjectList {
+public:
+    // Reads and parses the file at `path`. An unreadable path gives a list
+    // without objects.
+    explicit HtmlObjectList(const NyxString& path);
+    // Parses `text`; `path` is only recorded (for GetFilePath).
+    HtmlObjectList(const NyxString& path, std::string_view text);
+    HtmlObjectList(const HtmlObjectList&) = delete;
+    HtmlObjectList& operator=(const HtmlObjectList&) = delete;
+    virtual ~HtmlObjectList();
+
+    // The object at `index`, or null at or past the end and for a negative index.
+    HtmlObject* GetEntry(int index) const {
+        return index >= 0 && static_cast<std::size_t>(index) < Objects.size() ? Objects[index] : nullptr;
+    }
+    // Puts `object` (taken over) in the place of the object at `index`, which
+    // is destroyed; no other entry moves. An index out of range destroys
+    // `object` instead; a null object changes nothing.
+    void ReplaceEntry(int index, HtmlObject* object);
+    // Appends `object` (taken over); for lists built in memory.
+    void AddEntry(HtmlObject* object);
+    unsigned GetCount() const { return static_cast<unsigned>(Objects.size()); }
+    NyxString GetFilePath() const { return FilePath; }
+
+    // True when the constructor could read the file (always true for text).
+    bool WasRead() const { return Read; }
+
+private:
+    void Parse(std::string_view text);
+
+    NyxString FilePath;
+    bool Read = false;
+    std::vector<HtmlObject*> Objects;  // owned, never null
+};

@@ -1,0 +1,44 @@
+// HtmlTagParam: one parameter of a tag: its name, its value without quotes,
+// and how the source wrote it, so that Output() can render it again.
+#pragma once
+
+#include <string_view>
+
+#include "values/NyxString.h"
+
+class HtmlTagParam {
+public:
+    // How the value was written; decides the rendering of Output().
+    enum class ValueForm {
+        Quoted,  // name="value" (double or single quotes, by the quote character), or unquoted
+        Bare,    // a name without '=' and without value: rendered as the bare name while the value is empty
+    };
+
+    // Quote character '\'' keeps single quotes; any other (0 for every
+    // parameter the system makes, '"') renders in double quotes.
+    HtmlTagParam(const NyxString& name, const NyxString& value, wchar_t quote);
+    // The parser's form: no temporaries.
+    HtmlTagParam(std::string_view name, std::string_view value, wchar_t quote, ValueForm form);
+    HtmlTagParam(HtmlTagParam& other);
+    HtmlTagParam(const HtmlTagParam& other);
+    HtmlTagParam& operator=(const HtmlTagParam& other) = default;
+    virtual ~HtmlTagParam();
+
+    NyxString& GetName() { return Name; }
+    NyxString& GetValue() { return Value; }
+    const NyxString& GetName() const { return Name; }
+    const NyxString& GetValue() const { return Value; }
+    wchar_t GetQuote() const { return Quote; }
+    ValueForm GetValueForm() const { return Form; }
+
+    // " name=\"value\"", " name='value'" or " name": with its leading blank,
+    // nothing escaped.
+    NyxString Output() const;
+    void AppendOutputTo(NyxString& out) const;
+
+private:
+    wchar_t Quote;
+    NyxString Name;
+    NyxString Value;
+    ValueForm Form = ValueForm::Quoted;
+};

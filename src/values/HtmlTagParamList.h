@@ -1,0 +1,47 @@
+// HtmlTagParamList: the parameters of a tag, numbered from 1, owned by the list.
+#pragma once
+
+#include <string_view>
+
+#include "outside/foundation/NodeList.h"
+#include "values/HtmlTagParam.h"
+#include "values/NyxString.h"
+
+class HtmlObject;
+
+class HtmlTagParamList : public NodeList {
+public:
+    HtmlTagParamList();
+    HtmlTagParamList(const HtmlTagParamList& other);             // deep: copies every parameter
+    HtmlTagParamList& operator=(const HtmlTagParamList& other);  // deep
+    ~HtmlTagParamList() override;
+
+    // Parameter number `index` (1 .. GetCount()), null otherwise.
+    HtmlTagParam* GetEntry(int index) const {
+        return static_cast<HtmlTagParam*>(NodeList::GetEntry(static_cast<unsigned>(index)));
+    }
+    // Takes ownership; returns the parameter's number.
+    int AddEntry(HtmlTagParam* param);
+    // Number of the first parameter of that name, ignoring case; 0 if absent.
+    int FindEntry(const NyxString& name) const;
+    int FindEntry(const char* name) const;
+    // The same, with the name compared exactly.
+    int FindEntryExact(const NyxString& name) const;
+    int FindEntryExact(const char* name) const;
+    // Either, by `caseSensitive`.
+    int FindEntry(std::string_view name, bool caseSensitive) const;
+    // Removes and destroys number `index`; the ones behind it move up.
+    void DeleteEntry(int index);
+    // The value of the named parameter (ignoring case); empty if absent.
+    NyxString GetStrValue(const NyxString& name) const;
+    // The leading part of the value read as strtol with base 0 reads it; 0 if
+    // absent or not a number.
+    long GetIntValue(const NyxString& name) const;
+};
+
+// Splits the value of the named parameter into items at commas, semicolons
+// and blanks, in any mix; empty items are dropped. The parameter is looked up
+// by its exact name first, then ignoring case. The result is a new list that
+// the caller deletes; its entries are NUL-terminated char* owned by the list,
+// numbered from 1. An absent parameter (or a null object) gives an empty list.
+NodeList* GetTagParamValues(HtmlObject* object, const char* name);
