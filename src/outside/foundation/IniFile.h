@@ -1,27 +1,9 @@
-// File holds the lines of a text file; IniFile reads configuration entries
-// from such a file: "[Section]" headers and "key = value" lines.
+// IniFile: configuration entries from a text file of "[Section]" headers and
+// "key = value" lines. Its base File (File.h) holds the lines.
 #pragma once
 
+#include "outside/foundation/File.h"
 #include "values/NyxString.h"
-#include "values/NyxVector.h"
-
-// The lines of a text file without their line ends ("\n" or "\r\n"). A
-// missing or unreadable file gives no lines.
-class File {
-public:
-    explicit File(const NyxString& path);
-    virtual ~File();
-
-    const NyxString& GetPath() const { return Path; }
-    bool IsLoaded() const { return Loaded; }          // the file could be read
-    unsigned GetLineCount() const { return Lines.Size(); }
-    const NyxString& GetLine(unsigned index) const;  // from 0; "" out of range
-
-protected:
-    NyxString Path;
-    NyxVector<NyxString> Lines;
-    bool Loaded = false;
-};
 
 // Entries of an ini-style file. Comments are lines whose first non-blank
 // character is ';' or '#'. Blanks around section names, keys and values are

@@ -10,7 +10,8 @@ class XmlProxyClient;
 // PATH), with the remaining words as its arguments; words are separated by
 // blanks and there is no quoting. When `redirect` is true the child's standard
 // output goes to `outputPath` (created or truncated, 0600); its standard input
-// is /dev/null and its standard error is inherited. `started` tells whether a
+// is /dev/null and its standard error is inherited. The child leads a process
+// group of its own and inherits no descriptor above 2. `started` tells whether a
 // process was made. Returns the process id, or 0 on failure. The parameters
 // named unused are accepted for the callers' sake and ignored.
 int ExecRedirect(const NyxString& commandLine, bool& started, XmlProxyClient* proxy,
@@ -21,7 +22,7 @@ int ExecRedirect(const NyxString& commandLine, bool& started, XmlProxyClient* pr
 enum class WaitOutcome { Exited, TimedOut, Failed };
 
 // Waits for the child `pid` to end and reaps it. timeoutMilliseconds 0 means
-// no limit; past the limit the child is killed (SIGKILL) and reaped, and the
-// outcome is TimedOut. Failed means pid was not a child that could be waited
+// no limit; past the limit the child's process group is killed (SIGKILL), the
+// child reaped, and the outcome is TimedOut. Failed means pid was not a child that could be waited
 // for.
 WaitOutcome WaitForProcess(int pid, unsigned timeoutMilliseconds);

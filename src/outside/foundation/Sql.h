@@ -28,8 +28,8 @@ public:
     // Opens the database; for SQLite `path` is the database file, created if
     // missing. Non-zero on success.
     virtual int Connect(const NyxString& path);
-    // Runs exactly one statement; text after the statement (other than blanks
-    // and a final ';') is refused. Returns a result the caller deletes (no rows
+    // Runs exactly one statement; a second statement after it is refused
+    // (blanks, ';' and comments may follow). Returns a result the caller deletes (no rows
     // for a statement that is not a query), or null on any error. flags is
     // unused.
     virtual GenSqlResult* ExecuteSql(const NyxString& text, int flags);

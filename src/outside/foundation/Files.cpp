@@ -1,0 +1,128 @@
+// Files on POSIX: descriptors opened close-on-exec, so that child processes
+// started by the engine do not inherit them.
+#include "outside/foundation/Files.h"
+
+#include <cerrno>
+#include <climits>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "outside/foundation/NativePath.h"
+
+namespace {
+
+// FileReadAll refuses anything larger: a page or configuration file of this
+// size is a mistake, and NyxString positions are 32-bit.
+constexpr std::size_t kMaxReadAllBytes = std::size_t{1} << 30;
+constexpr std::size_t kReadChunkBytes = 64 * 1024;
+constexpr mode_t kCreatedFileMode = 0600;  // the engine's files are its own
+
+}  // namespace
+
+int FileOpen(const NyxString& path, int mode) {
+    if (!IsNativePath(path)) return -1;
+    int access = 0;
+    if (mode == 0) {
+        access = O_RDONLY;
+    } else if (mode == 1) {
+        access = O_WRONLY;
+    } else {
+        return -1;
+    }
+    int handle;
+    do {
+        handle = open(path.GetString(), access | O_CLOEXEC);
+    } while (handle < 0 && errno == EINTR);
+    return handle < 0 ? -1 : handle;
+}
+
+int FileCreate(const NyxString& path, int flags) {
+    if (!IsNativePath(path)) return -1;
+    int handle;
+    do {
+        handle = open(path.GetString(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, kCreatedFileMode);
+    } while (handle < 0 && errno == EINTR);
+    return handle < 0 ? -1 : handle;
+}
+
+long long FileSeekEnd(int handle) {
+    if (handle < 0) return -1;
+    off_t position = lseek(handle, 0, SEEK_END);
+    return position < 0 ? -1 : static_cast<long long>(position);
+}
+
+int FileWrite(int handle, const void* data, unsigned size) {
+    if (handle < 0 || size > static_cast<unsigned>(INT_MAX)) return -1;
+    if (size != 0 && data == nullptr) return -1;
+    const char* bytes = static_cast<const char*>(data);
+    unsigned written = 0;
+    // Each pass writes at least one byte or fails, so the loop ends.
+    while (written < size) {
+        ssize_t count = write(handle, bytes + written, size - written);
+        if (count < 0) {
+            if (errno == EINTR) continue;
+            return -1;
+        }
+        if (count == 0) return -1;
+        written += static_cast<unsigned>(count);
+    }
+    return static_cast<int>(written);
+}
+
+int FileClose(int handle) {
+    if (handle < 0) return -1;
+    // Not retried on EINTR: on Linux the descriptor is released all the same.
+    return close(handle) == 0 ? 0 : -1;
+}
+
+int FileDelete(const NyxString& path, int flags) {
+    if (!IsNativePath(path)) return -1;
+    return unlink(path.GetString()) == 0 ? 0 : -1;
+}
+
+int FileExists(const NyxString& path) {
+    if (!IsNativePath(path)) return 0;
+    struct stat facts;
+    return stat(path.GetString(), &facts) == 0 ? 1 : 0;
+}
+
+unsigned FileGetMode(const NyxString& path) {
+    if (!IsNativePath(path)) return 0;
+    struct stat facts;
+    if (stat(path.GetString(), &facts) != 0) return 0;
+    return static_cast<unsigned>(facts.st_mode);
+}
+
+bool FileReadAll(const NyxString& path, std::string& contents) {
+    contents.clear();
+    int handle = FileOpen(path, 0);
+    if (handle < 0) return false;
+    struct stat facts;
+    if (fstat(handle, &facts) == 0 && S_ISREG(facts.st_mode) && facts.st_size > 0 &&
+        static_cast<unsigned long long>(facts.st_size) <= kMaxReadAllBytes) {
+        contents.reserve(static_cast<std::size_t>(facts.st_size));
+    }
+    char chunk[kReadChunkBytes];
+    bool complete = false;
+    // Bounded by kMaxReadAllBytes: a file that never ends (a device, a pipe
+    // that keeps writing) fails instead of filling memory.
+    while (contents.size() <= kMaxReadAllBytes) {
+        ssize_t count = read(handle, chunk, sizeof chunk);
+        if (count < 0) {
+            if (errno == EINTR) continue;
+            break;
+        }
+        if (count == 0) {
+            complete = true;
+            break;
+        }
+        contents.append(chunk, static_cast<std::size_t>(count));
+    }
+    FileClose(handle);
+    if (!complete || contents.size() > kMaxReadAllBytes) {
+        contents.clear();
+        return false;
+    }
+    return true;
+}

@@ -1,0 +1,62 @@
+// IniFile: finds an entry by scanning the lines each time it is asked; a
+// configuration file is small and read once per lookup anyway.
+#include "outside/foundation/IniFile.h"
+
+#include <string_view>
+
+namespace {
+
+bool IsBlank(char c) { return c == ' ' || c == '\t'; }
+
+std::string_view Trim(std::string_view text) {
+    while (!text.empty() && IsBlank(text.front())) text.remove_prefix(1);
+    while (!text.empty() && IsBlank(text.back())) text.remove_suffix(1);
+    return text;
+}
+
+bool EqualIgnoringCase(std::string_view a, std::string_view b) {
+    if (a.size() != b.size()) return false;
+    for (std::size_t i = 0; i < a.size(); ++i) {
+        unsigned char x = static_cast<unsigned char>(a[i]);
+        unsigned char y = static_cast<unsigned char>(b[i]);
+        if (x >= 'A' && x <= 'Z') x = static_cast<unsigned char>(x - 'A' + 'a');
+        if (y >= 'A' && y <= 'Z') y = static_cast<unsigned char>(y - 'A' + 'a');
+        if (x != y) return false;
+    }
+    return true;
+}
+
+}  // namespace
+
+IniFile::IniFile(const NyxString& path) : File(path) {}
+
+IniFile::~IniFile() = default;
+
+bool IniFile::GetEntryValue(const NyxString& section, const NyxString& key, NyxString& value,
+                            const NyxString& defaultValue) {
+    const std::string_view wantedSection = Trim(section.View());
+    const std::string_view wantedKey = Trim(key.View());
+    bool inSection = false;
+    for (unsigned i = 0; i < Lines.Size(); ++i) {
+        std::string_view line = Trim(Lines[i].View());
+        if (line.empty() || line.front() == ';' || line.front() == '#') continue;
+        if (line.front() == '[') {
+            // "[Name]": what follows the closing bracket is ignored; a header
+            // without one takes the rest of the line as its name.
+            std::string_view name = line.substr(1);
+            name = name.substr(0, name.find(']'));
+            inSection = EqualIgnoringCase(Trim(name), wantedSection);
+            continue;
+        }
+        if (!inSection) continue;
+        std::size_t equals = line.find('=');
+        if (equals == std::string_view::npos) continue;
+        if (!EqualIgnoringCase(Trim(line.substr(0, equals)), wantedKey)) continue;
+        value = NyxString(Trim(line.substr(equals + 1)));
+        return true;
+    }
+    // Copied through a temporary, as `value` and `defaultValue` may be one object.
+    NyxString fallback(defaultValue);
+    value = fallback;
+    return false;
+}

@@ -1,0 +1,81 @@
+// NodeList: an ordered list of opaque entries, numbered from 1.
+#include "outside/foundation/NodeList.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+#include <vector>
+
+NodeList::NodeList() : Deleter(nullptr), Items(Inline) {}
+
+NodeList::NodeList(EntryDeleter deleter) : Deleter(deleter), Items(Inline) {}
+
+NodeList::~NodeList() {
+    DeleteAllEntries();
+    if (Items != Inline) std::free(Items);
+}
+
+void NodeList::Grow(unsigned needed) {
+    if (needed <= Capacity) return;
+    unsigned capacity = Capacity * 2 > needed ? Capacity * 2 : needed;
+    auto** block = static_cast<void**>(std::malloc(static_cast<std::size_t>(capacity) * sizeof(void*)));
+    if (block == nullptr) throw std::bad_alloc();
+    std::memcpy(block, Items, Count * sizeof(void*));
+    if (Items != Inline) std::free(Items);
+    Items = block;
+    Capacity = capacity;
+}
+
+int NodeList::AddEntry(void* entry) {
+    if (Count == Capacity) Grow(Count + 1);
+    Items[Count++] = entry;
+    return static_cast<int>(Count);
+}
+
+int NodeList::InsertEntry(unsigned number, void* entry) {
+    if (number < 1) number = 1;
+    if (number > Count) return AddEntry(entry);
+    if (Count == Capacity) Grow(Count + 1);
+    std::memmove(Items + number, Items + number - 1, (Count - number + 1) * sizeof(void*));
+    Items[number - 1] = entry;
+    ++Count;
+    return static_cast<int>(number);
+}
+
+void* NodeList::RemoveEntry(unsigned number) {
+    if (number < 1 || number > Count) return nullptr;
+    void* entry = Items[number - 1];
+    std::memmove(Items + number - 1, Items + number, (Count - number) * sizeof(void*));
+    --Count;
+    return entry;
+}
+
+void NodeList::DeleteEntry(unsigned number) {
+    void* entry = RemoveEntry(number);
+    if (entry != nullptr && Deleter != nullptr) Deleter(entry);
+}
+
+void NodeList::SetEntry(unsigned number, void* entry) {
+    if (number < 1 || number > Count) return;
+    void* previous = Items[number - 1];
+    Items[number - 1] = entry;
+    if (previous != nullptr && previous != entry && Deleter != nullptr) Deleter(previous);
+}
+
+void NodeList::DeleteAllEntries() {
+    // Count drops first so that a deleter that looks at the list sees it empty.
+    const unsigned count = Count;
+    Count = 0;
+    if (Deleter == nullptr) return;
+    for (unsigned i = 0; i < count; ++i) {
+        if (Items[i] != nullptr) Deleter(Items[i]);
+    }
+}
+
+void NodeList::Sort() {
+    if (Count < 2) return;
+    std::stable_sort(Items, Items + Count, [this](void* a, void* b) { return SortCompare(a, b) < 0; });
+}
+
+int NodeList::SortCompare(void* a, void* b) { return 0; }

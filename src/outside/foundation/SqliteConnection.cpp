@@ -1,0 +1,127 @@
+// SqliteConnection: one statement at a time through the SQLite C interface.
+#include "outside/foundation/SqliteConnection.h"
+
+#include <cstring>
+#include <limits>
+#include <sqlite3.h>
+
+#include "outside/foundation/NativePath.h"
+
+namespace {
+
+// A locked database is waited for this long before a statement fails; a
+// translator editing the table must not make a page fail at once.
+constexpr int kBusyTimeoutMilliseconds = 2000;
+
+// True when `tail` holds no further statement: only blanks, ';' and comments.
+// Each prepare consumes at least one byte of a non-empty tail or fails, so
+// the loop ends.
+bool HoldsNoStatement(sqlite3* database, const char* tail, const char* end) {
+    while (tail < end) {
+        sqlite3_stmt* next = nullptr;
+        const char* after = nullptr;
+        int code = sqlite3_prepare_v2(database, tail, static_cast<int>(end - tail), &next, &after);
+        if (code != SQLITE_OK) return false;
+        if (next != nullptr) {
+            sqlite3_finalize(next);
+            return false;
+        }
+        if (after == nullptr || after <= tail) return true;  // nothing more was consumed
+        tail = after;
+    }
+    return true;
+}
+
+}  // namespace
+
+SqliteResult::SqliteResult(sqlite3_stmt* statement, bool hasRow)
+    : Statement(statement), PendingRow(hasRow), Finished(!hasRow) {}
+
+SqliteResult::~SqliteResult() { sqlite3_finalize(Statement); }
+
+int SqliteResult::NextRow() {
+    if (PendingRow) {
+        PendingRow = false;
+        OnRow = true;
+        return 1;
+    }
+    OnRow = false;
+    if (Finished) return 0;
+    if (sqlite3_step(Statement) == SQLITE_ROW) {
+        OnRow = true;
+        return 1;
+    }
+    Finished = true;  // done, or an error: either way there are no more rows
+    return 0;
+}
+
+NyxString SqliteResult::GetColumnText(unsigned column) {
+    if (!OnRow || column >= static_cast<unsigned>(sqlite3_column_count(Statement))) return NyxString();
+    int number = static_cast<int>(column);
+    const unsigned char* text = sqlite3_column_text(Statement, number);
+    if (text == nullptr) return NyxString();  // NULL, or out of memory
+    int size = sqlite3_column_bytes(Statement, number);
+    return NyxString(reinterpret_cast<const char*>(text), static_cast<unsigned>(size));
+}
+
+SqliteConnection::SqliteConnection() = default;
+
+SqliteConnection::~SqliteConnection() { Close(); }
+
+void SqliteConnection::Close() {
+    // close_v2 lets results that are still alive finish with their statements.
+    if (Database != nullptr) sqlite3_close_v2(Database);
+    Database = nullptr;
+}
+
+int SqliteConnection::Connect(const NyxString& path) {
+    Close();
+    if (!IsNativePath(path)) return 0;
+    sqlite3* database = nullptr;
+    int code = sqlite3_open_v2(path.GetString(), &database,
+                               SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_FULLMUTEX, nullptr);
+    if (code != SQLITE_OK) {
+        sqlite3_close_v2(database);  // accepts null
+        return 0;
+    }
+    sqlite3_busy_timeout(database, kBusyTimeoutMilliseconds);
+    // Reading the schema proves that the file is a database.
+    if (sqlite3_exec(database, "SELECT count(*) FROM sqlite_master", nullptr, nullptr, nullptr) != SQLITE_OK) {
+        sqlite3_close_v2(database);
+        return 0;
+    }
+    Database = database;
+    return 1;
+}
+
+GenSqlResult* SqliteConnection::ExecuteSql(const NyxString& text, int flags) {
+    if (Database == nullptr) return nullptr;
+    const char* begin = text.GetString();
+    const unsigned size = text.GetSize();
+    // SQLite would stop reading at a NUL byte and run only the text before it.
+    if (std::memchr(begin, '\0', size) != nullptr) return nullptr;
+    if (size > static_cast<unsigned>(std::numeric_limits<int>::max())) return nullptr;
+    const char* end = begin + size;
+
+    sqlite3_stmt* statement = nullptr;
+    const char* tail = nullptr;
+    if (sqlite3_prepare_v2(Database, begin, static_cast<int>(size), &statement, &tail) != SQLITE_OK) {
+        return nullptr;
+    }
+    if (statement == nullptr) return nullptr;  // only blanks or comments
+    // A second statement behind the first is refused: text that reached the
+    // statement must never add one of its own.
+    if (tail != nullptr && !HoldsNoStatement(Database, tail, end)) {
+        sqlite3_finalize(statement);
+        return nullptr;
+    }
+
+    int code = sqlite3_step(statement);
+    if (code == SQLITE_ROW) return new SqliteResult(statement, true);
+    if (code != SQLITE_DONE) {
+        sqlite3_finalize(statement);
+        return nullptr;
+    }
+    // A statement without rows has run to its end; its result has no row.
+    return new SqliteResult(statement, false);
+}
