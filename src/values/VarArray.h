@@ -6,6 +6,13 @@
 
 class VarArray : public Variable {
 public:
+    // The most elements an array holds: SetArraySize and AdjustArraySize
+    // beyond it, and AddArrayElement on a full array, are refused. It keeps a
+    // script's `a[n]` from asking for unbounded memory.
+    static constexpr unsigned kMaxArrayElements = 1u << 24;
+    // How deep nested arrays are written out; deeper ones appear as "[...]".
+    static constexpr unsigned kMaxTextDepth = 64;
+
     // ElementType is cloned; the array owns its copy. A null model makes an
     // array of mixed values.
     explicit VarArray(const NyxString& name = NyxString(), unsigned flags = 0, const Variable* elementType = nullptr);
@@ -34,6 +41,11 @@ protected:
     VarArray(const VarArray& other);
     virtual const char* TypeName() const { return "array"; }
     Variable* MakeElement() const;  // a fresh element of the model's type
+    // Copies of the elements of `source`, converted to the model's type; null
+    // if one of them cannot be copied or converted.
+    struct ArrayBody;
+    ArrayBody* CopyElementsOf(Variable* source) const;
+    static void DeleteBody(ArrayBody* body);
 
     struct ArrayBody {
         unsigned Reserved[2] = {0, 0};

@@ -30,7 +30,8 @@ public:
     void DumpType(NyxString& output, const NyxString& prefix, int depth) const override;
     void AppendText(NyxString& output) const override;
 
-    // Appends without copying the whole text again.
+    // Appends without copying the whole text again. A count of
+    // NyxString::kAll means up to the terminator of `text`.
     void AppendString(const char* text, unsigned count);
 
     VarString& operator=(const VarString& other);

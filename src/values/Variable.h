@@ -88,6 +88,9 @@ public:
     Variable& operator=(const Variable& other);
 
 protected:
+    // The six basic value types, between which Assign converts.
+    static bool IsScalarTypeId(enum_TypeId id) { return id >= TypeBoolean && id <= TypeString; }
+
     explicit Variable(enum_TypeId typeId, const NyxString& name = NyxString(), unsigned flags = 0);
     Variable(const Variable& other);
 
