@@ -3,7 +3,10 @@
 // Handlers reach every piece of state of the request through its fields.
 #pragma once
 
+#include <functional>
+
 #include "outside/quince/QuinceContext.h"
+#include "page/WalkBudget.h"
 #include "page/HeaderList.h"
 #include "tags/TagDefList.h"
 #include "values/HtmlObjectList.h"
@@ -73,10 +76,11 @@ public:
     NyxString TranslationFile;
     GenSqlConnection* TranslationDb = nullptr;  // owned
 
-    // Beyond the request's own fields: the nesting depth of walks in progress
-    // (blocks, includes, user tags, child pages), shared with child pages.
-    int* WalkDepth = nullptr;
+    // Beyond the request's own fields: the nesting of walks in progress, shared
+    // with child pages, and the source of new session numbers.
+    WalkBudget* Walks = nullptr;     // the top page's OwnWalks
     VexlPage* ParentPage = nullptr;  // set on child pages; temporary files go there
+    std::function<unsigned()> DrawSessionNumber;  // the system's secure generator by default
 
 private:
     void ProcessPrePostScripts(const NyxString& key);
@@ -84,6 +88,8 @@ private:
     void DeleteTempFiles();
     bool LoadHtmlModule();
 
+    void ReadLimits();
+
     NyxString* OwnBuffer = nullptr;  // the page's own buffer, kept alive for child pages
-    int OwnWalkDepth = 0;
+    WalkBudget OwnWalks;
 };

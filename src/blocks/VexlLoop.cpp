@@ -1,0 +1,53 @@
+// VexlLoop: the initialiser and iterator are compiled once per list entry
+// into procedures whose names the tag keeps; the condition is compiled
+// afresh before every pass, and one walker serves all passes.
+#include "blocks/VexlLoop.h"
+
+#include "page/VexlPage.h"
+#include "tags/BlockScan.h"
+#include "tags/VexlParse.h"
+#include "values/HtmlTagIds.h"
+
+VexlLoop::VexlLoop(VexlPage* page) : VexlBase(page), FileStem(PageFileStem()) {}
+
+int VexlLoop::FindLoopEndTag(int index) { return FindLoopPartner(*Page->HtmlList, index); }
+
+int VexlLoop::Start(int index, HtmlObject*) {
+    HtmlObject* tag = Page->HtmlList->GetEntry(index);
+    if (tag->IsEndTag()) return index;
+    const unsigned line = tag->GetLineNum();
+    const NyxString condition = tag->GetStrValue("condition");
+
+    const NyxString initialiser = tag->GetStrValue("initialiser");
+    if (initialiser.IsNotEmpty()) {
+        const NyxString cached = tag->GetStrValue("cachedinit");
+        if (cached.IsNotEmpty()) {
+            RunQuinceProcedure(cached, nullptr, 0);
+        } else {
+            NyxString name;
+            name.Printf("%S_%u_1", &FileStem, static_cast<unsigned>(index));
+            if (SynthesizeProcedure(index, initialiser, name, "cachedinit", line) != 0) {
+                RunQuinceProcedure(name, nullptr, 0);
+            }
+        }
+    }
+
+    NyxString iterator = Page->HtmlList->GetEntry(index)->GetStrValue("iterator");
+    if (iterator.IsNotEmpty()) {
+        if (Page->HtmlList->GetEntry(index)->GetStrValue("cachediter").IsEmpty()) {
+            NyxString name;
+            name.Printf("%S_%u_2", &FileStem, static_cast<unsigned>(index));
+            SynthesizeProcedure(index, iterator, name, "cachediter", line);
+        }
+        iterator = Page->HtmlList->GetEntry(index)->GetStrValue("cachediter");
+    }
+
+    HtmlObject stop(0);
+    stop.SetTagId(TagId::Loop, 1);
+    VexlParse walker(Page);
+    while (EvaluateCondition(condition) != 0) {
+        walker.Start(index + 1, &stop);
+        if (iterator.IsNotEmpty()) RunQuinceProcedure(iterator, nullptr, 0);
+    }
+    return FindLoopEndTag(index);
+}

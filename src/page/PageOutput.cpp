@@ -1,0 +1,51 @@
+// VexlPage output: the page's text collects in the caller's string, or in a
+// buffer of the page that goes to the standard output in pieces of 4096
+// characters or more.
+#include <cstdarg>
+#include <cstdio>
+
+#include "page/VexlPage.h"
+
+namespace {
+constexpr unsigned kFlushThreshold = 4096;
+}
+
+void VexlPage::AppendOutput(const NyxString& text) { AppendOutput(text.GetString(), text.GetSize()); }
+
+void VexlPage::AppendOutput(const char* text, unsigned size) {
+    if (Output == nullptr) {
+        // A child page shares this buffer; it lives as long as the page.
+        if (OwnBuffer == nullptr) OwnBuffer = new NyxString();
+        Output = OwnBuffer;
+        OutputIsExternal = false;
+    }
+    Output->AppendBytes(text, size);
+    if (Output->GetLength() >= kFlushThreshold) FlushOutput();
+}
+
+void VexlPage::PrintOutput(NyxString format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    NyxString text;
+    text.VPrintf(format, arguments);
+    va_end(arguments);
+    AppendOutput(text);
+}
+
+void VexlPage::FlushOutput() {
+    if (OutputIsExternal || Output == nullptr) return;
+    std::fwrite(Output->GetString(), 1, Output->GetSize(), stdout);
+    Output->SetLength(0);
+}
+
+void VexlPage::ErrorOutput(unsigned line, const NyxString& format, ...) {
+    AppendOutput(NyxString("<h3>VEXL Parse Error</h3>\n"));
+    const NyxString path = HtmlList != nullptr ? HtmlList->GetFilePath() : NyxString();
+    PrintOutput("<p>In file <b>%S</b> Line <b>%u</b>\n", &path, line);
+    va_list arguments;
+    va_start(arguments, format);
+    NyxString message;
+    message.VPrintf(format, arguments);
+    va_end(arguments);
+    AppendOutput(message);
+}

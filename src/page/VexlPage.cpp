@@ -1,0 +1,104 @@
+// VexlPage: construction, the child-page copy, the page file, the
+// configuration and the run of one request.
+#include "page/VexlPage.h"
+
+#include <cstdlib>
+
+#include "outside/foundation/Files.h"
+#include "outside/foundation/IniFile.h"
+#include "outside/foundation/Paths.h"
+#include "outside/foundation/Random.h"
+#include "outside/foundation/Sql.h"
+#include "tags/VexlParse.h"
+#include "values/PathParser.h"
+
+VexlPage::VexlPage()
+    : Context(new QuinceContext(nullptr)), Walks(&OwnWalks), DrawSessionNumber([] { return SecureRandom32(); }) {
+    LoadHtmlModule();
+}
+
+VexlPage::VexlPage(const VexlPage& parent)
+    : SessionId(0),
+      Context(parent.Context),
+      TagDefs(parent.TagDefs),
+      Headers(parent.Headers),
+      IncludedFiles(parent.IncludedFiles),
+      TranslationEnabled(parent.TranslationEnabled),
+      OutputIsExternal(parent.OutputIsExternal),
+      IsChildPage(true),
+      HtmlFileToVariableFn(parent.HtmlFileToVariableFn),
+      TranslationFile(parent.TranslationFile),
+      Walks(parent.Walks),
+      ParentPage(const_cast<VexlPage*>(&parent)),
+      DrawSessionNumber(parent.DrawSessionNumber) {
+    // The child reaches the parent's buffer even when the parent has not
+    // written anything yet, so that the child's text is never lost.
+    if (parent.Output == nullptr) ParentPage->AppendOutput(NyxString());
+    Output = ParentPage->Output;
+    OutputIsExternal = ParentPage->OutputIsExternal;
+}
+
+VexlPage::~VexlPage() {
+    delete HtmlList;
+    if (!IsChildPage) delete Context;
+    delete TranslationDb;
+    if (IsChildPage) {
+        // Files made while the child was walked live to the end of the request.
+        for (unsigned i = 0; i < TempFiles.Size(); ++i) ParentPage->TempFiles.PushBack(TempFiles[i]);
+    } else {
+        DeleteTempFiles();
+        delete OwnBuffer;
+    }
+}
+
+void VexlPage::SetFile(const NyxString& path) {
+    const NyxString fullPath = CompletePath(path);
+    const int handle = FileOpen(fullPath, 0);
+    if (handle == -1) {
+        PrintOutput("<P>Unable to open file '%S'.</P>\n", &fullPath);
+    } else {
+        FileClose(handle);
+    }
+    delete HtmlList;
+    HtmlList = nullptr;
+    HtmlList = new HtmlObjectList(fullPath);
+}
+
+void VexlPage::SetOutput(NyxString* output) {
+    Output = output;
+    OutputIsExternal = true;
+    Context->SetOutput(output);
+}
+
+void VexlPage::SetIniPath(const NyxString& path) {
+    IniPath = path;
+    const PathParser parser(path);
+    Context->SetIniDir(parser.GetDrive() + parser.GetDir());
+    Context->SetIniPath(path);
+    ReadLimits();
+}
+
+// Reads the page's own bounds from section "QuinceConfig"; a missing or
+// unusable value keeps the default.
+void VexlPage::ReadLimits() {
+    IniFile ini(IniPath);
+    NyxString value;
+    ini.GetEntryValue("QuinceConfig", kMaxWalkDepthKey, value, "");
+    if (value.IsEmpty()) return;
+    char* end = nullptr;
+    const long limit = std::strtol(value.GetString(), &end, 10);
+    if (end != value.GetString() && limit > 0 && limit <= 100000) OwnWalks.Limit = static_cast<int>(limit);
+}
+
+bool VexlPage::Process() {
+    ProcessPrePostScripts("Preload");
+    {
+        VexlParse walker(this);
+        walker.Start(0, nullptr);
+        SetSessionCookie();
+        FlushOutput();
+        DeleteTempFiles();
+        Context->ResetContext();
+    }
+    return true;
+}

@@ -1,0 +1,82 @@
+// VexlScript foreign interpreters: the script goes to a file, the
+// interpreter runs as a child process with its output in a second file, and
+// that file's content comes into the page, as text or walked as a page.
+#include <cstdio>
+#include <cstdlib>
+#include <sys/stat.h>
+
+#include "outside/foundation/Files.h"
+#include "outside/foundation/IniFile.h"
+#include "outside/foundation/Process.h"
+#include "page/VexlPage.h"
+#include "script/VexlScript.h"
+
+namespace {
+
+// Section "ScriptInterpreters": seconds an interpreter may run before it is
+// killed. Absent or 0: no limit.
+constexpr const char* kTimeLimitKey = "TimeLimitSeconds";
+// Pieces in which the output reaches the page: at most one line and 8191 bytes.
+constexpr int kReadPiece = 8192;
+
+unsigned ReadTimeLimit(const NyxString& iniPath) {
+    IniFile ini(iniPath);
+    NyxString value;
+    ini.GetEntryValue("ScriptInterpreters", kTimeLimitKey, value, "");
+    const long seconds = std::strtol(value.GetString(), nullptr, 10);
+    return seconds > 0 && seconds < 86400 ? static_cast<unsigned>(seconds) : 0;
+}
+
+}  // namespace
+
+void VexlScript::ExecuteNonQuinceScript(NyxString& interpreter, HtmlObject* tag, int index) {
+    const long parseOutput = tag->GetIntValue("parseoutput");
+    TimeLimitSeconds = ReadTimeLimit(Page->IniPath);
+    const NyxString output = tag->FindEntry("src") != 0 ? ExecuteScriptFile(interpreter, tag->GetStrValue("src"))
+                                                        : ExecuteScriptBuffer(interpreter, tag, index);
+    Page->TempFiles.PushBack(output);
+    if (TimedOut) {
+        Page->ErrorOutput(tag->GetLineNum(), "<P>SCRIPT interpreter '%S' was stopped after %u seconds.</P>\n",
+                          &interpreter, TimeLimitSeconds);
+        return;
+    }
+    if (parseOutput != 0) {
+        WalkFileOnChildPage(output);
+        return;
+    }
+    FILE* file = std::fopen(output.GetString(), "r");
+    if (file == nullptr) return;
+    char buffer[kReadPiece];
+    while (std::fgets(buffer, kReadPiece, file) != nullptr) Page->AppendOutput(NyxString(buffer));
+    std::fclose(file);
+}
+
+NyxString VexlScript::ExecuteScriptFile(NyxString& interpreter, const NyxString& script) {
+    chmod(script.GetString(), 0600);
+    NyxString output;
+    output.Printf("%S.out", &script);
+    NyxString command;
+    command.Printf("%S %S", &interpreter, &script);
+    bool started = false;
+    const int pid = ExecRedirect(command, started, nullptr, NyxString(), output, NyxString(), 0, false, true, nullptr,
+                                 false, nullptr);
+    TimedOut = false;
+    if (pid != 0) TimedOut = WaitForProcess(pid, TimeLimitSeconds * 1000) == WaitOutcome::TimedOut;
+    return output;
+}
+
+NyxString VexlScript::ExecuteScriptBuffer(NyxString& interpreter, HtmlObject*, int index) {
+    const NyxString path = CreateTempFile();
+    FILE* file = std::fopen(path.GetString(), "w");
+    if (file == nullptr) return ExecuteScriptFile(interpreter, path);
+    std::fprintf(file, "#!%s\n\n", interpreter.GetString());
+    const HtmlObject* body = Page->HtmlList->GetEntry(index + 1);
+    if (body != nullptr) {
+        const NyxString text = body->Output();
+        std::fwrite(text.GetString(), 1, text.GetSize(), file);
+    }
+    std::fclose(file);
+    const NyxString output = ExecuteScriptFile(interpreter, path);
+    FileDelete(path, 0);
+    return output;
+}

@@ -1,0 +1,33 @@
+// VexlBase conditions: the truth of a Quince expression, by the type of the
+// value it leaves.
+#include "outside/quince/ExpressionCompiler.h"
+#include "outside/quince/Stack.h"
+#include "page/VexlPage.h"
+#include "tags/VexlBase.h"
+#include "values/Variable.h"
+
+int VexlBase::EvaluateCondition(const NyxString& condition) {
+    Variable* value = nullptr;
+    {
+        ExpressionCompiler compiler(Page->Context);
+        if (compiler.CompileExpression(condition, NyxString()) == 0) return 0;
+        Stack stack;
+        compiler.EvaluateExpression(&stack);
+        value = stack.PopVariable();
+    }
+    if (value == nullptr) return 0;
+    int result = 0;
+    switch (value->GetTypeId()) {
+    case Variable::TypeString:
+        result = (value->GetLength() != 0 || value->GetIntegerValue() != 0) ? 1 : 0;
+        break;
+    case Variable::TypeFloat:
+        result = value->GetFloatValue() != 0.0f ? 1 : 0;
+        break;
+    default:
+        result = value->GetIntegerValue() != 0 ? 1 : 0;
+        break;
+    }
+    Variable::Delete(value);
+    return result;
+}

@@ -1,0 +1,71 @@
+// VexlBase tag evaluation: a parameter whose value is "(expression)" is
+// replaced by the expression's value as text; everything else is copied.
+#include <cmath>
+#include <cstdint>
+
+#include "outside/quince/ExpressionCompiler.h"
+#include "outside/quince/Stack.h"
+#include "page/VexlPage.h"
+#include "tags/VexlBase.h"
+#include "values/Variable.h"
+
+namespace {
+
+bool HasExpressionForm(const NyxString& value) {
+    const unsigned length = value.GetLength();
+    return length >= 2 && value[0] == '(' && value[length - 1] == ')';
+}
+
+// A float truncated towards zero into 32 bits, as the processor's truncating
+// conversion does: a value outside the range, or NaN, gives 0x80000000.
+uint32_t TruncateToBits32(float value) {
+    if (!(value > -2147483649.0f && value < 2147483648.0f)) return 0x80000000u;
+    return static_cast<uint32_t>(static_cast<int32_t>(value));
+}
+
+}  // namespace
+
+int VexlBase::CanEvaluateTag(HtmlObject* tag) {
+    const int count = static_cast<int>(tag->GetCount());
+    for (int i = 1; i <= count; ++i) {
+        if (HasExpressionForm(tag->GetEntry(i)->GetValue())) return 1;
+    }
+    return 0;
+}
+
+HtmlObject* VexlBase::EvaluateTag(HtmlObject* tag) {
+    auto* copy = new HtmlObject(*tag);
+    while (copy->GetCount() != 0) copy->DeleteEntry(1);
+    const int count = static_cast<int>(tag->GetCount());
+    for (int i = 1; i <= count; ++i) copy->AddEntry(EvaluateTagParam(tag->GetEntry(i)));
+    return copy;
+}
+
+HtmlTagParam* VexlBase::EvaluateTagParam(HtmlTagParam* param) {
+    if (!HasExpressionForm(param->GetValue())) return new HtmlTagParam(*param);
+
+    Variable* value = nullptr;
+    ExpressionCompiler compiler(Page->Context);
+    if (compiler.CompileExpression(param->GetValue(), NyxString()) != 0) {
+        Stack stack;
+        compiler.EvaluateExpression(&stack);
+        value = stack.PopVariable();
+        compiler.ClearExpression();
+    }
+    if (value == nullptr) return new HtmlTagParam(param->GetName(), NyxString(), 0);
+
+    NyxString text;
+    switch (value->GetTypeId()) {
+    case Variable::TypeString:
+        text = value->GetStringValue();
+        break;
+    case Variable::TypeFloat:
+        text.Printf("%f", static_cast<double>(value->GetFloatValue()));
+        break;
+    default:
+        text.Printf("%lu", static_cast<unsigned long>(TruncateToBits32(value->GetFloatValue())));
+        break;
+    }
+    Variable::Delete(value);
+    return new HtmlTagParam(param->GetName(), text, 0);
+}

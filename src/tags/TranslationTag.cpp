@@ -1,0 +1,38 @@
+// VexlParse::HandleTranslation: the TRANSLATION tag names the store (file,
+// table and columns) and turns translation on or off.
+#include "page/VexlPage.h"
+#include "tags/VexlParse.h"
+
+void VexlParse::HandleTranslation(HtmlObject* tag) {
+    struct Setting {
+        const char* Parameter;
+        NyxString* Field;  // null for the file, which goes through SetTranslationFile
+    };
+    const Setting settings[] = {
+        {"file", nullptr},
+        {"table", &Page->TranslationTable},
+        {"keycolumn", &Page->TranslationKeyColumn},
+        {"valuecolumn", &Page->TranslationValueColumn},
+    };
+    for (const Setting& setting : settings) {
+        const int index = tag->FindEntry(setting.Parameter);
+        if (index == 0) {
+            NyxString message;
+            message.Printf("<P>TRANSLATION tag does not have '%s' parameter.</P>\n", setting.Parameter);
+            Page->ErrorOutput(tag->GetLineNum(), "%S", &message);
+            return;
+        }
+        HtmlTagParam* evaluated = EvaluateTagParam(tag->GetEntry(index));
+        if (setting.Field == nullptr) {
+            Page->SetTranslationFile(evaluated->GetValue());
+        } else {
+            *setting.Field = evaluated->GetValue();
+        }
+        delete evaluated;
+    }
+    if (tag->FindEntry("enable") != 0) {
+        Page->TranslationEnabled = true;
+    } else if (tag->FindEntry("disable") != 0) {
+        Page->TranslationEnabled = false;
+    }
+}

@@ -1,0 +1,45 @@
+// VexlBase: the root of every tag handler. A handler lives for one visit of
+// one tag and reaches all state of the request through Page.
+#pragma once
+
+#include "values/HtmlObject.h"
+#include "values/NyxString.h"
+
+class VexlPage;
+class Stack;
+
+class VexlBase {
+public:
+    explicit VexlBase(VexlPage* page) : Page(page) {}
+    VexlBase(const VexlBase&) = default;
+    VexlBase& operator=(const VexlBase&) = default;
+    virtual ~VexlBase() = default;
+
+    // Returns the index of the last object consumed, or -1 to end the walk.
+    virtual int Start(int index, HtmlObject* stop);
+
+    // Tag evaluation: parameters written as "(expression)" get their value.
+    int CanEvaluateTag(HtmlObject* tag);
+    HtmlObject* EvaluateTag(HtmlObject* tag);
+    HtmlTagParam* EvaluateTagParam(HtmlTagParam* param);
+
+    int EvaluateCondition(const NyxString& condition);
+    int RunQuinceProcedure(const NyxString& name, Stack* arguments, int parseOutput);
+    NyxString CreateTempFile();
+    bool TranslateText(NyxString& text);
+    NyxString ChangeURL(const NyxString& url);
+
+    VexlPage* Page;  // not owned; outlives the handler
+
+protected:
+    // Walks a file as a page of its own on a child page that shares the
+    // context and the output; the child's temporary files go to this page.
+    void WalkFileOnChildPage(const NyxString& path);
+    // The page file's name without folder and extension, for procedure names.
+    NyxString PageFileStem() const;
+    // Compiles `source` as the body of a procedure called `name` and records
+    // the name in `parameter` on a copy of the tag at `index`, which takes the
+    // tag's place in the list. Returns 0 when the compile failed.
+    int SynthesizeProcedure(int index, const NyxString& source, const NyxString& name, const char* parameter,
+                            unsigned line);
+};

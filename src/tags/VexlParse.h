@@ -1,0 +1,30 @@
+// VexlParse: the walker. It takes the page's objects one after the other and
+// turns each into output, a change of state, or the work of a block handler.
+#pragma once
+
+#include "tags/VexlBase.h"
+
+class Variable;
+
+class VexlParse : public VexlBase {
+public:
+    explicit VexlParse(VexlPage* page);
+    ~VexlParse() override;
+
+    // Walks from `index` until the list ends (returns the index behind it),
+    // the stop object is met (returns 1), or a handler answers -1.
+    int Start(int index, HtmlObject* stop) override;
+
+    Variable* HtmlFileVariable = nullptr;  // owned; made on first user tag
+
+private:
+    int Walk(int index, HtmlObject* stop);
+    void WriteDefault(HtmlObject* entry);
+    void HandleFrame(HtmlObject* tag);
+    void HandleForm(HtmlObject* tag);
+    void HandleTranslation(HtmlObject* tag);
+    void HandleSetHeader(HtmlObject* tag);
+    void HandleSetVar(HtmlObject* tag);
+    void HandleDefineTag(HtmlObject* tag);
+    int HandleUserTag(HtmlObject* tag, int index);
+};
