@@ -31,10 +31,10 @@ public:
     // The label as written, without angle brackets and without the slash of
     // an end tag; empty on a text object.
     const NyxString& GetTagLabel() const { return TagLabel; }
-    void SetTagLabel(std::string_view label) { TagLabel.Assign(label.data(), static_cast<unsigned>(label.size())); }
+    void SetTagLabel(std::string_view label);
     // The text of a text object, exactly as in the source; empty on a tag.
     const NyxString& GetText() const { return Text; }
-    void SetText(std::string_view text) { Text.Assign(text.data(), static_cast<unsigned>(text.size())); }
+    void SetText(std::string_view text);  // every byte, NUL bytes included
 
     Closing GetClosing() const { return ClosingForm; }
     void SetClosing(Closing closing) { ClosingForm = closing; }

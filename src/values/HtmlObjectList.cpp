@@ -1,0 +1,76 @@
+// HtmlObjectList: a page parsed into a flat list of objects.
+#include "values/HtmlObjectList.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <string>
+
+#include "values/HtmlParser.h"
+
+namespace {
+
+constexpr std::size_t kReadChunk = 1 << 16;
+
+// The whole file, or false if it cannot be opened or read (a folder, say).
+bool ReadWholeFile(const NyxString& path, std::string& contents) {
+    if (path.IsEmpty()) return false;
+    std::FILE* file = std::fopen(path.GetString(), "rb");
+    if (file == nullptr) return false;
+    if (std::fseek(file, 0, SEEK_END) == 0) {
+        const long size = std::ftell(file);
+        if (size > 0) contents.reserve(static_cast<std::size_t>(size));
+        std::fseek(file, 0, SEEK_SET);
+    }
+    // Read until the end, whatever the size said: the file may be a pipe or growing.
+    std::size_t used = 0;
+    while (true) {
+        if (contents.size() < used + kReadChunk) {
+            contents.resize(std::max(used + kReadChunk, contents.capacity()));
+        }
+        const std::size_t got = std::fread(contents.data() + used, 1, contents.size() - used, file);
+        used += got;
+        if (got == 0) break;
+    }
+    const bool failed = std::ferror(file) != 0;
+    std::fclose(file);
+    contents.resize(used);
+    return !failed;
+}
+
+}  // namespace
+
+HtmlObjectList::HtmlObjectList(const NyxString& path) : FilePath(path) {
+    std::string contents;
+    if (!ReadWholeFile(path, contents)) return;
+    Read = true;
+    Parse(contents);
+}
+
+HtmlObjectList::HtmlObjectList(const NyxString& path, std::string_view text) : FilePath(path), Read(true) {
+    Parse(text);
+}
+
+HtmlObjectList::~HtmlObjectList() {
+    for (HtmlObject* object : Objects) delete object;
+}
+
+void HtmlObjectList::Parse(std::string_view text) {
+    HtmlParser parser(text);
+    parser.Parse([this](HtmlObject* object) { Objects.push_back(object); });
+}
+
+void HtmlObjectList::ReplaceEntry(int index, HtmlObject* object) {
+    if (object == nullptr) return;
+    if (index < 0 || static_cast<std::size_t>(index) >= Objects.size()) {
+        delete object;
+        return;
+    }
+    HtmlObject* previous = Objects[index];
+    if (previous == object) return;
+    Objects[index] = object;
+    delete previous;
+}
+
+void HtmlObjectList::AddEntry(HtmlObject* object) {
+    if (object != nullptr) Objects.push_back(object);
+}

@@ -1,0 +1,290 @@
+// HtmlParser: the page tokenizer. Text is skipped in runs with memchr; bytes
+// inside tags go through one table of byte classes. Every loop moves forward
+// through the input, so a parse ends after at most a few passes over it.
+#include "values/HtmlParser.h"
+
+#include <cstdint>
+#include <cstring>
+
+#include "values/HtmlObject.h"
+#include "values/HtmlTagIds.h"
+#include "values/HtmlTagParam.h"
+
+namespace {
+
+// Byte classes used inside tags.
+enum : uint8_t {
+    kBlank = 1,         // space, tab, LF, CR, FF
+    kEndsLabel = 2,     // blank, '/', '>'
+    kEndsName = 4,      // blank, '/', '>', '='
+    kEndsUnquoted = 8,  // blank, '>'
+};
+
+struct ByteClassTable {
+    uint8_t Of[256] = {};
+    constexpr ByteClassTable() {
+        for (unsigned char c : {' ', '\t', '\n', '\r', '\f'}) Of[c] = kBlank | kEndsLabel | kEndsName | kEndsUnquoted;
+        Of[static_cast<unsigned char>('/')] = kEndsLabel | kEndsName;
+        Of[static_cast<unsigned char>('>')] = kEndsLabel | kEndsName | kEndsUnquoted;
+        Of[static_cast<unsigned char>('=')] = kEndsName;
+    }
+};
+constexpr ByteClassTable kByteClasses;
+
+constexpr std::size_t kNotFound = static_cast<std::size_t>(-1);
+
+bool IsAsciiLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
+
+char LowerAscii(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; }
+
+// Number of LF bytes in [data, data + size), eight bytes at a time.
+std::size_t CountLineFeeds(const char* data, std::size_t size) {
+    constexpr uint64_t kLow7 = 0x7f7f7f7f7f7f7f7fULL;
+    constexpr uint64_t kLineFeeds = 0x0a0a0a0a0a0a0a0aULL;
+    constexpr uint64_t kHigh = 0x8080808080808080ULL;
+    constexpr uint64_t kOnes = 0x0101010101010101ULL;
+    std::size_t count = 0;
+    while (size >= 8) {
+        uint64_t word;
+        std::memcpy(&word, data, 8);
+        const uint64_t x = word ^ kLineFeeds;                    // zero bytes where LF was
+        const uint64_t zero = ~(((x & kLow7) + kLow7) | x) & kHigh;  // 0x80 in each zero byte
+        count += ((zero >> 7) * kOnes) >> 56;
+        data += 8;
+        size -= 8;
+    }
+    for (std::size_t i = 0; i < size; ++i) count += data[i] == '\n';
+    return count;
+}
+
+// One run over one text. Objects go to the sink as soon as they are whole.
+class Tokenizer {
+public:
+    Tokenizer(std::string_view source, void (*sink)(void*, HtmlObject*), void* context)
+        : Begin(source.data()), Size(source.size()), Sink(sink), Context(context) {}
+
+    void Run();
+
+private:
+    std::size_t TakeTag(std::size_t at, bool isEnd);
+    std::size_t TakeRawText(std::size_t from, const NyxString& label);
+    std::size_t ScanTag(std::size_t at, bool isEnd, HtmlObject& object) const;
+    bool IsEndTagOf(std::size_t at, const NyxString& label) const;
+    std::size_t SkipMarkupDeclaration(std::size_t at) const;
+    std::size_t SkipPastGreater(std::size_t from) const;
+    void EmitText(std::size_t from, std::size_t to, bool evenEmpty);
+    void EmitTag(HtmlObject* object, std::size_t at, std::size_t behind);
+    unsigned LineAt(std::size_t offset);
+
+    uint8_t ClassAt(std::size_t offset) const { return kByteClasses.Of[static_cast<unsigned char>(Begin[offset])]; }
+
+    const char* Begin;
+    std::size_t Size;
+    void (*Sink)(void*, HtmlObject*);
+    void* Context;
+    std::size_t TextStart = 0;      // first byte not yet in an object
+    std::size_t LineCountedTo = 0;  // Line is the line of this offset
+    unsigned Line = 1;
+};
+
+// Finds each '<' and decides what it opens: a start tag (a letter follows), an
+// end tag ("</" and a letter), a comment or declaration ("<!"), a processing
+// instruction ("<?"), or nothing, in which case it is text like its neighbours.
+void Tokenizer::Run() {
+    std::size_t pos = 0;
+    while (pos < Size) {
+        const void* found = std::memchr(Begin + pos, '<', Size - pos);
+        if (found == nullptr) break;
+        const std::size_t at = static_cast<std::size_t>(static_cast<const char*>(found) - Begin);
+        if (at + 1 >= Size) break;
+        const char next = Begin[at + 1];
+        if (IsAsciiLetter(next)) {
+            pos = TakeTag(at, false);
+        } else if (next == '/' && at + 2 < Size && IsAsciiLetter(Begin[at + 2])) {
+            pos = TakeTag(at, true);
+        } else if (next == '!') {
+            pos = SkipMarkupDeclaration(at);
+        } else if (next == '?') {
+            pos = SkipPastGreater(at + 2);
+        } else {
+            pos = at + 1;
+        }
+    }
+    EmitText(TextStart, Size, false);
+}
+
+// A tag at `at`. If the input ends inside it, it is no tag: the rest of the
+// input stays text. Returns where to go on.
+std::size_t Tokenizer::TakeTag(std::size_t at, bool isEnd) {
+    auto* object = new HtmlObject(0);
+    const std::size_t behind = ScanTag(at, isEnd, *object);
+    if (behind == kNotFound) {
+        delete object;
+        return Size;
+    }
+    const int id = object->GetTagId();
+    const bool rawText = !isEnd && (id == TagId::Script || id == TagId::Style);
+    NyxString label;
+    if (rawText) label = object->GetTagLabel();
+    EmitText(TextStart, at, false);
+    EmitTag(object, at, behind);
+    return rawText ? TakeRawText(behind, label) : behind;
+}
+
+// The content of a SCRIPT or STYLE element: one text object, also an empty
+// one, up to the end tag of the same label in any case, then that end tag.
+// Without an end tag the content runs to the end of the input.
+std::size_t Tokenizer::TakeRawText(std::size_t from, const NyxString& label) {
+    std::size_t search = from;
+    while (search < Size) {
+        const void* found = std::memchr(Begin + search, '<', Size - search);
+        if (found == nullptr) break;
+        const std::size_t at = static_cast<std::size_t>(static_cast<const char*>(found) - Begin);
+        if (IsEndTagOf(at, label)) {
+            auto* endTag = new HtmlObject(0);
+            const std::size_t behind = ScanTag(at, true, *endTag);
+            if (behind == kNotFound) {
+                delete endTag;
+                break;
+            }
+            EmitText(from, at, true);
+            EmitTag(endTag, at, behind);
+            return behind;
+        }
+        search = at + 1;
+    }
+    EmitText(from, Size, true);
+    return Size;
+}
+
+bool Tokenizer::IsEndTagOf(std::size_t at, const NyxString& label) const {
+    const std::size_t size = label.GetSize();
+    if (at + 2 + size >= Size || Begin[at + 1] != '/') return false;
+    const char* name = Begin + at + 2;
+    for (std::size_t i = 0; i < size; ++i) {
+        if (LowerAscii(name[i]) != LowerAscii(label.GetString()[i])) return false;
+    }
+    return (ClassAt(at + 2 + size) & kEndsLabel) != 0;
+}
+
+// Reads the tag that starts at `at` into `object`: label, id, end flag,
+// parameters in source order, closing slash. Returns the offset behind its
+// '>', or kNotFound if the input ends first.
+std::size_t Tokenizer::ScanTag(std::size_t at, bool isEnd, HtmlObject& object) const {
+    std::size_t p = at + (isEnd ? 2 : 1);
+    const std::size_t labelStart = p;
+    while (p < Size && (ClassAt(p) & kEndsLabel) == 0) ++p;
+    if (p >= Size) return kNotFound;
+    const std::string_view label(Begin + labelStart, p - labelStart);
+    object.SetTagLabel(label);
+    object.SetTagId(LookupTagId(label), isEnd ? 1 : 0);
+
+    // Each pass takes one parameter, or a stray '/', and moves p forward.
+    while (true) {
+        while (p < Size && (ClassAt(p) & kBlank) != 0) ++p;
+        if (p >= Size) return kNotFound;
+        const char c = Begin[p];
+        if (c == '>') return p + 1;
+        if (c == '/') {
+            if (p + 1 < Size && Begin[p + 1] == '>') {
+                const bool blank = (ClassAt(p - 1) & kBlank) != 0;
+                object.SetClosing(blank ? HtmlObject::Closing::BlankSlash : HtmlObject::Closing::Slash);
+                return p + 2;
+            }
+            ++p;  // a slash inside a tag means nothing
+            continue;
+        }
+
+        // Name: its first byte may be anything, '=' included.
+        const std::size_t nameStart = p++;
+        while (p < Size && (ClassAt(p) & kEndsName) == 0) ++p;
+        if (p >= Size) return kNotFound;
+        const std::string_view name(Begin + nameStart, p - nameStart);
+        std::size_t q = p;
+        while (q < Size && (ClassAt(q) & kBlank) != 0) ++q;
+        if (q >= Size) return kNotFound;
+        if (Begin[q] != '=') {
+            object.AddEntry(new HtmlTagParam(name, {}, 0, HtmlTagParam::ValueForm::Bare));
+            p = q;
+            continue;
+        }
+
+        // Value: quoted, unquoted up to a blank or '>', or empty.
+        p = q + 1;
+        while (p < Size && (ClassAt(p) & kBlank) != 0) ++p;
+        if (p >= Size) return kNotFound;
+        const char quote = Begin[p];
+        if (quote == '"' || quote == '\'') {
+            const void* close = std::memchr(Begin + p + 1, quote, Size - p - 1);
+            if (close == nullptr) return kNotFound;
+            const std::size_t end = static_cast<std::size_t>(static_cast<const char*>(close) - Begin);
+            object.AddEntry(new HtmlTagParam(name, std::string_view(Begin + p + 1, end - p - 1), static_cast<wchar_t>(quote),
+                                             HtmlTagParam::ValueForm::Quoted));
+            p = end + 1;
+            continue;
+        }
+        const std::size_t valueStart = p;
+        while (p < Size && (ClassAt(p) & kEndsUnquoted) == 0) ++p;
+        if (p >= Size) return kNotFound;
+        object.AddEntry(new HtmlTagParam(name, std::string_view(Begin + valueStart, p - valueStart), 0,
+                                         HtmlTagParam::ValueForm::Quoted));
+    }
+}
+
+// "<!--" opens a comment that ends at the first "-->" (also "<!-->" and
+// "<!--->"); any other "<!" ends at the first '>'. Either runs to the end of
+// the input if unclosed. Returns the offset behind it.
+std::size_t Tokenizer::SkipMarkupDeclaration(std::size_t at) const {
+    if (at + 3 < Size && Begin[at + 2] == '-' && Begin[at + 3] == '-') {
+        std::size_t p = at + 4;
+        while (p < Size) {
+            const void* found = std::memchr(Begin + p, '>', Size - p);
+            if (found == nullptr) return Size;
+            const std::size_t g = static_cast<std::size_t>(static_cast<const char*>(found) - Begin);
+            if (Begin[g - 1] == '-' && Begin[g - 2] == '-') return g + 1;
+            p = g + 1;
+        }
+        return Size;
+    }
+    return SkipPastGreater(at + 2);
+}
+
+std::size_t Tokenizer::SkipPastGreater(std::size_t from) const {
+    if (from >= Size) return Size;
+    const void* found = std::memchr(Begin + from, '>', Size - from);
+    return found == nullptr ? Size : static_cast<std::size_t>(static_cast<const char*>(found) - Begin) + 1;
+}
+
+void Tokenizer::EmitText(std::size_t from, std::size_t to, bool evenEmpty) {
+    if (to == from && !evenEmpty) return;
+    auto* text = new HtmlObject(LineAt(from));
+    text->SetText(std::string_view(Begin + from, to - from));
+    text->SetSourceSpan(from, to - from);
+    Sink(Context, text);
+    TextStart = to;
+}
+
+void Tokenizer::EmitTag(HtmlObject* object, std::size_t at, std::size_t behind) {
+    object->SetLineNum(LineAt(at));
+    object->SetSourceSpan(at, behind - at);
+    Sink(Context, object);
+    TextStart = behind;
+}
+
+// Offsets only grow from call to call, so every byte is counted once.
+unsigned Tokenizer::LineAt(std::size_t offset) {
+    if (offset > LineCountedTo) {
+        Line += static_cast<unsigned>(CountLineFeeds(Begin + LineCountedTo, offset - LineCountedTo));
+        LineCountedTo = offset;
+    }
+    return Line;
+}
+
+}  // namespace
+
+HtmlParser::HtmlParser(std::string_view text) : Source(text) {}
+
+void HtmlParser::ParseWith(SinkFunction sink, void* context) {
+    Tokenizer tokenizer(Source, sink, context);
+    tokenizer.Run();
+}
