@@ -1,0 +1,1 @@
+$VEXL render nothere.vxl
