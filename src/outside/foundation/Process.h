@@ -9,7 +9,7 @@ class XmlProxyClient;
 // Starts the program named by the first word of `commandLine` (searched on
 // PATH), with the remaining words as its arguments; words are separated by
 // blanks and there is no quoting. When `redirect` is true the child's standard
-// output goes to `outputPath` (created or truncated, 0600); its standard input
+// output goes to `outputPath` (truncated; a new file is made 0600); its standard input
 // is /dev/null and its standard error is inherited. The child leads a process
 // group of its own and inherits no descriptor above 2. `started` tells whether a
 // process was made. Returns the process id, or 0 on failure. The parameters

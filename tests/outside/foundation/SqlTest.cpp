@@ -1,0 +1,216 @@
+// Tests of the SQL connection: SQLite through GenSqlConnection, one
+// statement at a time.
+#include "outside/foundation/Sql.h"
+
+#include <chrono>
+#include <fstream>
+#include <memory>
+#include <sqlite3.h>
+#include <string>
+#include <thread>
+
+#include <gtest/gtest.h>
+
+#include "TemporaryFolder.h"
+
+namespace {
+
+class SqlTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        Connection.reset(GenSqlConnection::Create(GenSqlConnection::Sqlite));
+        ASSERT_NE(Connection, nullptr);
+        ASSERT_NE(Connection->Connect(NyxString(std::string_view(DatabasePath()))), 0);
+        ASSERT_TRUE(Run("CREATE TABLE words (original TEXT, translated TEXT)"));
+    }
+
+    std::string DatabasePath() const { return Folder / "translations.db"; }
+
+    // Runs a statement that gives no rows; true if it was accepted.
+    bool Run(const std::string& text) {
+        std::unique_ptr<GenSqlResult> result(Connection->ExecuteSql(NyxString(std::string_view(text)), 0));
+        return result != nullptr;
+    }
+
+    // The first column of the first row, or "<none>".
+    std::string First(const std::string& text) {
+        std::unique_ptr<GenSqlResult> result(Connection->ExecuteSql(NyxString(std::string_view(text)), 0));
+        if (result == nullptr) return "<null>";
+        if (result->NextRow() == 0) return "<none>";
+        return result->GetColumnText(0).ToStd();
+    }
+
+    std::string Count() { return First("SELECT count(*) FROM words"); }
+
+    TemporaryFolder Folder;
+    std::unique_ptr<GenSqlConnection> Connection;
+};
+
+}  // namespace
+
+TEST(SqlCreateTest, OnlySqliteIsBuiltIn) {
+    std::unique_ptr<GenSqlConnection> sqlite(GenSqlConnection::Create(6));
+    EXPECT_NE(sqlite, nullptr);
+    EXPECT_EQ(GenSqlConnection::Create(0), nullptr);
+    EXPECT_EQ(GenSqlConnection::Create(7), nullptr);
+    EXPECT_EQ(GenSqlConnection::Create(-1), nullptr);
+}
+
+TEST(SqlCreateTest, UnconnectedConnectionRunsNothing) {
+    std::unique_ptr<GenSqlConnection> connection(GenSqlConnection::Create(6));
+    EXPECT_EQ(connection->ExecuteSql("SELECT 1", 0), nullptr);
+}
+
+TEST(SqlCreateTest, ConnectCreatesAMissingFile) {
+    TemporaryFolder folder;
+    std::string path = folder / "new.db";
+    std::unique_ptr<GenSqlConnection> connection(GenSqlConnection::Create(6));
+    EXPECT_NE(connection->Connect(NyxString(std::string_view(path))), 0);
+    std::unique_ptr<GenSqlResult> result(connection->ExecuteSql("SELECT 1", 0));
+    ASSERT_NE(result, nullptr);
+    EXPECT_NE(result->NextRow(), 0);
+    EXPECT_EQ(result->GetColumnText(0).ToStd(), "1");
+}
+
+TEST(SqlCreateTest, ConnectFailsOnWhatIsNoDatabase) {
+    TemporaryFolder folder;
+    std::string path = folder / "text.db";
+    std::ofstream(path) << "this is a text file, long enough to have a header of some sort in it........\n";
+    std::unique_ptr<GenSqlConnection> connection(GenSqlConnection::Create(6));
+    EXPECT_EQ(connection->Connect(NyxString(std::string_view(path))), 0);
+    EXPECT_EQ(connection->Connect(NyxString(std::string_view(folder / "no/folder/x.db"))), 0);
+    EXPECT_EQ(connection->Connect(""), 0);
+    EXPECT_EQ(connection->ExecuteSql("SELECT 1", 0), nullptr);
+}
+
+TEST_F(SqlTest, SelectGivesRowsInOrder) {
+    ASSERT_TRUE(Run("INSERT INTO words VALUES ('Hello', 'Hallo')"));
+    ASSERT_TRUE(Run("INSERT INTO words VALUES ('Bye', 'Tschuess')"));
+    std::unique_ptr<GenSqlResult> result(Connection->ExecuteSql("SELECT original, translated FROM words ORDER BY rowid", 0));
+    ASSERT_NE(result, nullptr);
+    ASSERT_NE(result->NextRow(), 0);
+    EXPECT_EQ(result->GetColumnText(0).ToStd(), "Hello");
+    EXPECT_EQ(result->GetColumnText(1).ToStd(), "Hallo");
+    ASSERT_NE(result->NextRow(), 0);
+    EXPECT_EQ(result->GetColumnText(0).ToStd(), "Bye");
+    EXPECT_EQ(result->NextRow(), 0);
+    EXPECT_EQ(result->NextRow(), 0);
+    EXPECT_EQ(result->GetColumnText(0).ToStd(), "");
+}
+
+TEST_F(SqlTest, ColumnsBeforeTheFirstRowAndOutOfRangeAreEmpty) {
+    ASSERT_TRUE(Run("INSERT INTO words VALUES ('a', 'b')"));
+    std::unique_ptr<GenSqlResult> result(Connection->ExecuteSql("SELECT translated FROM words", 0));
+    ASSERT_NE(result, nullptr);
+    EXPECT_EQ(result->GetColumnText(0).ToStd(), "");
+    ASSERT_NE(result->NextRow(), 0);
+    EXPECT_EQ(result->GetColumnText(0).ToStd(), "b");
+    EXPECT_EQ(result->GetColumnText(1).ToStd(), "");
+}
+
+TEST_F(SqlTest, NullReadsAsEmpty) {
+    ASSERT_TRUE(Run("INSERT INTO words (original) VALUES ('only')"));
+    EXPECT_EQ(First("SELECT translated FROM words WHERE original = 'only'"), "");
+}
+
+TEST_F(SqlTest, SelectWithNoMatchHasNoRow) {
+    EXPECT_EQ(First("SELECT translated FROM words WHERE original = 'nothing'"), "<none>");
+}
+
+TEST_F(SqlTest, InsertGivesAResultWithoutRows) {
+    std::unique_ptr<GenSqlResult> result(Connection->ExecuteSql("INSERT INTO words VALUES ('x', '')", 0));
+    ASSERT_NE(result, nullptr);
+    EXPECT_EQ(result->NextRow(), 0);
+    EXPECT_EQ(Count(), "1");
+}
+
+TEST_F(SqlTest, DoubledQuotesKeepATextOneLiteral) {
+    const std::string text = "it''s''); DROP TABLE words; --";
+    ASSERT_TRUE(Run("INSERT INTO words (original, translated) VALUES ('" + text + "', '')"));
+    EXPECT_EQ(First("SELECT original FROM words"), "it's'); DROP TABLE words; --");
+    EXPECT_EQ(First("SELECT count(*) FROM words WHERE original = '" + text + "'"), "1");
+}
+
+TEST_F(SqlTest, SecondStatementIsRefusedAndNothingRuns) {
+    EXPECT_FALSE(Run("INSERT INTO words VALUES ('a', ''); DROP TABLE words"));
+    EXPECT_FALSE(Run("INSERT INTO words VALUES ('a', '');INSERT INTO words VALUES ('b', '')"));
+    EXPECT_EQ(Count(), "0");
+    EXPECT_EQ(First("SELECT translated FROM words WHERE original = 'x'; DELETE FROM words"), "<null>");
+}
+
+TEST_F(SqlTest, UnquotedTextThatBreaksOutIsRefused) {
+    // What plain formatting of a text holding one quote would give.
+    std::string text = "x'; DELETE FROM words; --";
+    ASSERT_TRUE(Run("INSERT INTO words VALUES ('keep', 'me')"));
+    EXPECT_EQ(First("SELECT translated FROM words WHERE original = '" + text + "'"), "<null>");
+    EXPECT_EQ(Count(), "1");
+}
+
+TEST_F(SqlTest, TrailingSemicolonBlanksAndCommentsAreAccepted) {
+    EXPECT_TRUE(Run("INSERT INTO words VALUES ('a', '');"));
+    EXPECT_TRUE(Run("INSERT INTO words VALUES ('b', '') ;  \n -- note\n /* more */ ;"));
+    EXPECT_EQ(Count(), "2");
+}
+
+TEST_F(SqlTest, ErrorsGiveNull) {
+    EXPECT_FALSE(Run("SELEC nothing"));
+    EXPECT_FALSE(Run("SELECT x FROM missing_table"));
+    EXPECT_FALSE(Run(""));
+    EXPECT_FALSE(Run("   -- only a comment"));
+}
+
+TEST_F(SqlTest, TextWithANulByteIsRefused) {
+    std::string text = std::string("INSERT INTO words VALUES ('a', '')") + '\0' + "; DROP TABLE words";
+    EXPECT_EQ(Connection->ExecuteSql(NyxString(std::string_view(text)), 0), nullptr);
+    EXPECT_EQ(Count(), "0");
+}
+
+TEST_F(SqlTest, BytesOfATextComeBackUnchanged) {
+    const std::string text = "Gr\xC3\xBC\xC3\x9F" "e\n<b>&nbsp;</b>\r\n";
+    ASSERT_TRUE(Run("INSERT INTO words VALUES ('" + text + "', '')"));
+    EXPECT_EQ(First("SELECT original FROM words"), text);
+}
+
+TEST_F(SqlTest, ResultOutlivesItsConnection) {
+    ASSERT_TRUE(Run("INSERT INTO words VALUES ('a', 'b')"));
+    ASSERT_TRUE(Run("INSERT INTO words VALUES ('c', 'd')"));
+    std::unique_ptr<GenSqlResult> result(Connection->ExecuteSql("SELECT translated FROM words ORDER BY rowid", 0));
+    ASSERT_NE(result, nullptr);
+    Connection.reset();
+    ASSERT_NE(result->NextRow(), 0);
+    EXPECT_EQ(result->GetColumnText(0).ToStd(), "b");
+    ASSERT_NE(result->NextRow(), 0);
+    EXPECT_EQ(result->GetColumnText(0).ToStd(), "d");
+    EXPECT_EQ(result->NextRow(), 0);
+}
+
+TEST_F(SqlTest, ChangesReachTheFile) {
+    ASSERT_TRUE(Run("INSERT INTO words VALUES ('kept', 'yes')"));
+    std::unique_ptr<GenSqlConnection> other(GenSqlConnection::Create(6));
+    ASSERT_NE(other->Connect(NyxString(std::string_view(DatabasePath()))), 0);
+    std::unique_ptr<GenSqlResult> result(other->ExecuteSql("SELECT translated FROM words", 0));
+    ASSERT_NE(result, nullptr);
+    ASSERT_NE(result->NextRow(), 0);
+    EXPECT_EQ(result->GetColumnText(0).ToStd(), "yes");
+}
+
+TEST_F(SqlTest, BusyDatabaseIsWaitedFor) {
+    sqlite3* locker = nullptr;
+    ASSERT_EQ(sqlite3_open(DatabasePath().c_str(), &locker), SQLITE_OK);
+    ASSERT_EQ(sqlite3_exec(locker, "BEGIN EXCLUSIVE", nullptr, nullptr, nullptr), SQLITE_OK);
+    std::thread release([locker] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(200));
+        sqlite3_exec(locker, "COMMIT", nullptr, nullptr, nullptr);
+    });
+    bool accepted = Run("INSERT INTO words VALUES ('late', '')");
+    release.join();
+    sqlite3_close(locker);
+    EXPECT_TRUE(accepted);
+    EXPECT_EQ(Count(), "1");
+}
+
+TEST_F(SqlTest, ReconnectingMovesToTheNewFile) {
+    ASSERT_TRUE(Run("INSERT INTO words VALUES ('first', '')"));
+    ASSERT_NE(Connection->Connect(NyxString(std::string_view(Folder / "second.db"))), 0);
+    EXPECT_EQ(First("SELECT count(*) FROM words"), "<null>");
+}
