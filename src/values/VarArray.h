@@ -9,7 +9,7 @@ public:
     // The most elements an array holds: SetArraySize and AdjustArraySize
     // beyond it, and AddArrayElement on a full array, are refused. It keeps a
     // script's `a[n]` from asking for unbounded memory.
-    static constexpr unsigned kMaxArrayElements = 1u << 24;
+    static constexpr unsigned kMaxArrayElements = 1u << 20;
     // How deep nested arrays are written out; deeper ones appear as "[...]".
     static constexpr unsigned kMaxTextDepth = 64;
 
