@@ -28,7 +28,7 @@ VexlParse::~VexlParse() { delete HtmlFileVariable; }
 
 int VexlParse::Start(int index, HtmlObject* stop) {
     WalkBudget& walks = *Page->Walks;
-    if (walks.Depth >= walks.Limit) {
+    if (walks.Depth > walks.Limit) {  // the page's own walk is level 0
         const HtmlObject* entry = Page->HtmlList->GetEntry(index);
         Page->ErrorOutput(entry != nullptr ? entry->GetLineNum() : 0,
                           "<P>Blocks, includes and user tags nest deeper than %u levels.</P>\n",
