@@ -1,5 +1,6 @@
 // The `vexl` program: dispatches to the subcommand named by its first argument.
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 #include "app/AppCommands.h"
@@ -37,8 +38,20 @@ int ReportUsageError(const char* command, const char* message)
     return kUsageExitStatus;
 }
 
+// A web server that runs vexl itself as the handler of pages starts it
+// without a command (or with the page's path): then it answers as CGI.
+static bool IsStartedByWebServer(int argc, char** argv)
+{
+    const char* gateway = std::getenv("GATEWAY_INTERFACE");
+    if (!gateway || std::strncmp(gateway, "CGI/", 4) != 0)
+        return false;
+    return argc < 2 || argv[1][0] == '/';
+}
+
 int main(int argc, char** argv)
 {
+    if (IsStartedByWebServer(argc, argv))
+        return RunCgiCommand(argc - 1, argv + 1);
     if (argc < 2)
         return ReportUsageError(nullptr, "missing command");
     const char* command = argv[1];

@@ -1,0 +1,426 @@
+// PageRequest: from CGI meta-variables and a body to a rendered page.
+#include "app/PageRequest.h"
+
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
+#include <fcntl.h>
+#include <string>
+#include <unistd.h>
+#include <vector>
+
+#include "app/PageLocator.h"
+#include "app/PageResponse.h"
+#include "app/RequestDecoder.h"
+#include "app/StdoutCapture.h"
+#include "page/VexlPage.h"
+
+const char kIndexPageName[] = "index.vxl";
+const char kPageExtension[] = ".vxl";
+
+namespace {
+
+constexpr char kSessionCookieName[] = "http_session_id";
+constexpr std::size_t kReadChunkBytes = 64 * 1024;
+
+NyxString ToNyx(const std::string& text)
+{
+    return NyxString(std::string_view(text));
+}
+
+bool StartsWithIgnoringCase(const std::string& text, const char* prefix)
+{
+    for (std::size_t i = 0; prefix[i] != '\0'; ++i) {
+        if (i >= text.size())
+            return false;
+        char c = text[i];
+        if (c >= 'a' && c <= 'z')
+            c = static_cast<char>(c - 'a' + 'A');
+        if (c != prefix[i])
+            return false;
+    }
+    return true;
+}
+
+// A path made absolute against the present working folder, so that it keeps
+// its meaning after the request changes folder.
+std::string MakeAbsolute(const std::string& path)
+{
+    if (path.empty() || path[0] == '/')
+        return path;
+    char folder[PATH_MAX];
+    if (!getcwd(folder, sizeof folder))
+        return path;
+    return std::string(folder) + "/" + path;
+}
+
+// Reads the whole body into `bytes`; the status to answer with, or 0.
+int ReadBody(const RequestEnvironment& environment, BodyReader& body, std::size_t maxBytes, std::string& bytes)
+{
+    std::string lengthText = GetEnvironmentValue(environment, "CONTENT_LENGTH");
+    if (lengthText.empty())
+        return 0;
+    unsigned length = 0;
+    if (!ParseUnsigned32(lengthText, length))
+        return lengthText.find_first_not_of("0123456789") == std::string::npos ? 413 : 400;
+    if (length > maxBytes)
+        return 413;
+    bytes.resize(length);
+    std::size_t received = 0;
+    // Each pass takes at least one byte or ends the loop, so it runs at most `length` times.
+    while (received < length) {
+        std::size_t want = length - received;
+        if (want > kReadChunkBytes)
+            want = kReadChunkBytes;
+        long got = body.Read(bytes.data() + received, want);
+        if (got <= 0)
+            return 400;
+        received += static_cast<std::size_t>(got);
+    }
+    return 0;
+}
+
+// Decodes a POST body into `fields`; the status to answer with, or 0.
+int DecodeBody(const RequestEnvironment& environment, const std::string& bytes, std::vector<FormField>& fields)
+{
+    std::string contentType = GetEnvironmentValue(environment, "CONTENT_TYPE");
+    DecodeStatus status = DecodeStatus::Ok;
+    if (IsMediaType(contentType, "application/x-www-form-urlencoded")) {
+        status = DecodeUrlEncoded(bytes, fields);
+    } else if (IsMediaType(contentType, "multipart/form-data")) {
+        std::string boundary = GetMultipartBoundary(contentType);
+        status = boundary.empty() ? DecodeStatus::Malformed : DecodeMultipart(bytes, boundary, fields);
+    }
+    if (status == DecodeStatus::TooManyFields)
+        return 413;
+    return status == DecodeStatus::Malformed ? 400 : 0;
+}
+
+// Uploaded files live in temporary files for the time of the request.
+class UploadFiles {
+public:
+    UploadFiles() = default;
+    UploadFiles(const UploadFiles&) = delete;
+    UploadFiles& operator=(const UploadFiles&) = delete;
+    ~UploadFiles()
+    {
+        for (const std::string& path : Paths)
+            unlink(path.c_str());
+    }
+
+    // Writes `bytes` to a new temporary file; its path, or empty.
+    std::string Keep(const std::string& bytes)
+    {
+        const char* folder = std::getenv("TMPDIR");
+        std::string pattern = std::string(folder && *folder ? folder : "/tmp") + "/vexl-upload-XXXXXX";
+        int descriptor = mkstemp(pattern.data());
+        if (descriptor < 0)
+            return std::string();
+        Paths.push_back(pattern);
+        std::size_t written = 0;
+        while (written < bytes.size()) {
+            ssize_t count = write(descriptor, bytes.data() + written, bytes.size() - written);
+            if (count <= 0)
+                break;
+            written += static_cast<std::size_t>(count);
+        }
+        close(descriptor);
+        return written == bytes.size() ? pattern : std::string();
+    }
+
+private:
+    std::vector<std::string> Paths;
+};
+
+// Changes the working folder for the time of a request (relative SCRIPT
+// src values are opened from it) and goes back afterwards.
+class FolderChange {
+public:
+    explicit FolderChange(const std::string& folder)
+    {
+        Saved = open(".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        if (chdir(folder.c_str()) != 0 && Saved >= 0) {
+            close(Saved);
+            Saved = -1;
+        }
+    }
+    FolderChange(const FolderChange&) = delete;
+    FolderChange& operator=(const FolderChange&) = delete;
+    ~FolderChange()
+    {
+        if (Saved >= 0) {
+            if (fchdir(Saved) != 0) {
+                // Nothing better to do: the next request changes folder again.
+            }
+            close(Saved);
+        }
+    }
+
+private:
+    int Saved = -1;
+};
+
+// The server's values, always all of them, so that pages may name them.
+void CreateServerVariables(VexlPage& page, const RequestEnvironment& environment, const std::string& root)
+{
+    std::string documentRoot = GetEnvironmentValue(environment, "DOCUMENT_ROOT");
+    if (documentRoot.empty())
+        documentRoot = root;
+    std::string user = GetEnvironmentValue(environment, "REMOTE_USER");
+    std::string password = GetEnvironmentValue(environment, "REMOTE_PASSWORD");
+    std::string basicUser, basicPassword;
+    if (DecodeBasicAuthorization(GetEnvironmentValue(environment, "HTTP_AUTHORIZATION"), basicUser, basicPassword)) {
+        if (password.empty())
+            password = basicPassword;
+        if (user.empty())
+            user = basicUser;
+    }
+    std::string url = GetEnvironmentValue(environment, "REQUEST_URI");
+    if (url.empty()) {
+        url = GetEnvironmentValue(environment, "SCRIPT_NAME") + GetEnvironmentValue(environment, "PATH_INFO");
+        std::string query = GetEnvironmentValue(environment, "QUERY_STRING");
+        if (!query.empty())
+            url += "?" + query;
+    }
+    const std::pair<const NyxString*, std::string> values[] = {
+        {&VexlPage::HTTP_DOCUMENT_ROOT, documentRoot},
+        {&VexlPage::HTTP_REMOTE_ADDR, GetEnvironmentValue(environment, "REMOTE_ADDR")},
+        {&VexlPage::HTTP_REMOTE_HOST, GetEnvironmentValue(environment, "REMOTE_HOST")},
+        {&VexlPage::HTTP_REMOTE_USER, user},
+        {&VexlPage::HTTP_REMOTE_PASSWORD, password},
+        {&VexlPage::HTTP_SCRIPT_NAME, GetEnvironmentValue(environment, "SCRIPT_NAME")},
+        {&VexlPage::HTTP_SCRIPT_FILE, GetEnvironmentValue(environment, "SCRIPT_FILENAME")},
+        {&VexlPage::HTTP_SERVER_NAME, GetEnvironmentValue(environment, "SERVER_NAME")},
+        {&VexlPage::HTTP_URL, url},
+        {&VexlPage::HTTP_USER_AGENT, GetEnvironmentValue(environment, "HTTP_USER_AGENT")},
+    };
+    for (const auto& [name, value] : values)
+        page.CreateOneVariable(*name, ToNyx(value), QuinceContext::VarListPage);
+}
+
+// The form fields, in order. A field named like a server value (HTTP_...)
+// is dropped: it would otherwise join the server's text. A file part gives
+// NAME (the client's file name), NAME_file (a temporary copy), NAME_size
+// and NAME_type.
+void CreateFieldVariables(VexlPage& page, const std::vector<FormField>& fields, UploadFiles& uploads)
+{
+    for (const FormField& field : fields) {
+        if (StartsWithIgnoringCase(field.Name, "HTTP_"))
+            continue;
+        if (!field.IsFile) {
+            page.CreateOneVariable(ToNyx(field.Name), ToNyx(field.Value), QuinceContext::VarListPage);
+            continue;
+        }
+        page.CreateOneVariable(ToNyx(field.Name), ToNyx(field.FileName), QuinceContext::VarListPage);
+        if (field.FileName.empty())
+            continue;
+        std::string copy = uploads.Keep(field.Value);
+        page.CreateOneVariable(ToNyx(field.Name + "_file"), ToNyx(copy), QuinceContext::VarListPage);
+        page.CreateOneVariable(ToNyx(field.Name + "_size"), ToNyx(std::to_string(field.Value.size())),
+                               QuinceContext::VarListPage);
+        page.CreateOneVariable(ToNyx(field.Name + "_type"), ToNyx(field.ContentType), QuinceContext::VarListPage);
+    }
+}
+
+bool IsHeaderNameCharacter(char c)
+{
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-' || c == '_' ||
+           c == '.' || c == '!' || c == '#' || c == '$' || c == '%' || c == '&' || c == '\'' || c == '*' ||
+           c == '+' || c == '^' || c == '`' || c == '|' || c == '~';
+}
+
+// "x-frame-options" comes out as "X-Frame-Options"; an unusable name as "".
+std::string MakeHeaderName(const std::string& name)
+{
+    std::string result;
+    bool startOfWord = true;
+    for (char c : name) {
+        if (!IsHeaderNameCharacter(c))
+            return std::string();
+        if (startOfWord && c >= 'a' && c <= 'z')
+            c = static_cast<char>(c - 'a' + 'A');
+        startOfWord = (c == '-');
+        result += c;
+    }
+    return result;
+}
+
+// A header value may not break the header block: line ends become blanks.
+std::string MakeHeaderValue(const std::string& value)
+{
+    std::string result = value;
+    for (char& c : result) {
+        if (c == '\r' || c == '\n' || c == '\0')
+            c = ' ';
+    }
+    return result;
+}
+
+// Turns the page's header pairs into response headers (see PageRequest.h).
+void TakePageHeaders(VexlPage& page, PageResponse& response)
+{
+    std::string contentType = "text/html; charset=utf-8";
+    std::vector<std::pair<std::string, std::string>> others;
+    int count = page.Headers.GetCount();
+    for (int index = 0; index < count; ++index) {
+        std::string name = page.Headers.GetName(index).ToStd();
+        std::string value = MakeHeaderValue(page.Headers.GetValue(index).ToStd());
+        if (name == kSessionCookieName) {
+            others.emplace_back("Set-Cookie", std::string(kSessionCookieName) + "=" + value +
+                                                  "; Path=/; HttpOnly; SameSite=Lax");
+        } else if (name == "content-type") {
+            contentType = value;
+        } else if (name == "status") {
+            int status = std::atoi(value.c_str());
+            if (status >= 100 && status <= 599) {
+                response.Status = status;
+                response.StatusFromPage = true;
+                std::size_t digitsEnd = value.find_first_not_of("0123456789 ");
+                response.StatusText = digitsEnd == std::string::npos ? std::string() : value;
+            }
+        } else if (name == "content-length" || name == "transfer-encoding" || name == "connection" ||
+                   name == "keep-alive") {
+            // The front end frames the body itself.
+        } else {
+            std::string headerName = MakeHeaderName(name);
+            if (!headerName.empty())
+                others.emplace_back(headerName, value);
+        }
+    }
+    response.Headers.emplace_back("Content-Type", contentType);
+    for (auto& header : others)
+        response.Headers.push_back(std::move(header));
+}
+
+// The page file the request names; sets `status` to 403 or 404 when there is none.
+std::string ChoosePage(const RequestEnvironment& environment, const std::vector<FormField>& fields,
+                       const std::string& root, const std::string& rootAsGiven, int& status, std::string& message)
+{
+    // The page the URL's path leads to: PATH_TRANSLATED behind a cgi-bin
+    // program, or SCRIPT_FILENAME where the server runs pages through vexl.
+    std::string serverPath;
+    if (!GetEnvironmentValue(environment, "PATH_INFO").empty())
+        serverPath = GetEnvironmentValue(environment, "PATH_TRANSLATED");
+    std::string scriptFile = GetEnvironmentValue(environment, "SCRIPT_FILENAME");
+    if (serverPath.empty() && HasExtension(scriptFile, kPageExtension))
+        serverPath = scriptFile;
+
+    std::string named;  // the last non-empty _htmlfile; form fields follow the query's
+    for (const FormField& field : fields) {
+        if (field.Name == "_htmlfile" && !field.Value.empty())
+            named = field.Value;
+    }
+
+    Location location;
+    std::string base = root;
+    if (!serverPath.empty()) {
+        location = LocateServerPath(root, rootAsGiven, serverPath);
+        if (location.Status == LocateStatus::Found)
+            base = location.IsDirectory ? location.Path : FolderOf(location.Path);
+    }
+    if (!named.empty())
+        location = LocateInRoot(root, base, named);
+    else if (serverPath.empty())
+        location = LocateInRoot(root, root, "/");
+    if (location.Status == LocateStatus::Found && location.IsDirectory)
+        location = LocateInRoot(root, location.Path, kIndexPageName);
+
+    if (location.Status == LocateStatus::Forbidden) {
+        status = 403;
+        message = "The page lies outside the site or may not be shown.";
+    } else if (location.Status == LocateStatus::NotFound || location.IsDirectory) {
+        status = 404;
+        message = "There is no such page.";
+    } else if (!HasExtension(location.Path, kPageExtension)) {
+        status = 403;
+        message = std::string("Only ") + kPageExtension + " files are pages.";
+    } else {
+        return location.Path;
+    }
+    return std::string();
+}
+
+}  // namespace
+
+PageResponse RenderPageRequest(const RequestEnvironment& environment, BodyReader& body,
+                               const HandlerSettings& settings)
+{
+    std::string root = ResolveRootFolder(settings.Root);
+    if (root.empty())
+        return MakeErrorResponse(500, "The document root is not set or is not a folder.");
+
+    std::string method = GetEnvironmentValue(environment, "REQUEST_METHOD");
+    if (method.empty())
+        method = "GET";
+    if (method != "GET" && method != "HEAD" && method != "POST") {
+        PageResponse response = MakeErrorResponse(405, "Pages answer GET, HEAD and POST.");
+        response.Headers.emplace_back("Allow", "GET, HEAD, POST");
+        return response;
+    }
+
+    std::vector<FormField> fields;
+    if (DecodeUrlEncoded(GetEnvironmentValue(environment, "QUERY_STRING"), fields) != DecodeStatus::Ok)
+        return MakeErrorResponse(413, "The request carries too many fields.");
+    if (method == "POST") {
+        std::string bytes;
+        int status = ReadBody(environment, body, settings.MaxBodyBytes, bytes);
+        if (status == 0)
+            status = DecodeBody(environment, bytes, fields);
+        if (status == 413)
+            return MakeErrorResponse(413, "The request body is too large.");
+        if (status != 0)
+            return MakeErrorResponse(status, "The request body could not be read.");
+    }
+
+    int status = 0;
+    std::string message;
+    std::string pagePath = ChoosePage(environment, fields, root, settings.Root, status, message);
+    if (pagePath.empty())
+        return MakeErrorResponse(status, message);
+
+    unsigned sessionId = 0;
+    std::string cookie;
+    if (FindCookie(GetEnvironmentValue(environment, "HTTP_COOKIE"), kSessionCookieName, cookie) &&
+        !ParseUnsigned32(cookie, sessionId))
+        sessionId = 0;
+
+    std::string iniPath = MakeAbsolute(settings.IniPath);
+    std::string translationPath = MakeAbsolute(settings.TranslationPath);
+    FolderChange folderChange(FolderOf(pagePath));
+    UploadFiles uploads;
+    PageResponse response;
+    NyxString output;
+    std::string stray;
+    {
+        // The order of calls every calling executable keeps.
+        VexlPage page;
+        if (!iniPath.empty())
+            page.SetIniPath(ToNyx(iniPath));
+        page.SetOutput(&output);
+        page.SetFile(ToNyx(pagePath));
+        page.SetSessionId(sessionId, settings.SessionExpirySeconds);
+        if (!translationPath.empty())
+            page.SetTranslationFile(ToNyx(translationPath));
+        CreateServerVariables(page, environment, root);
+        CreateFieldVariables(page, fields, uploads);
+
+        StdoutCapture capture;
+        bool capturing = capture.Begin();
+        page.Process();
+        if (capturing)
+            stray = capture.End();
+        TakePageHeaders(page, response);
+    }
+    response.Body.reserve(stray.size() + output.GetSize());
+    response.Body = stray;
+    response.Body.append(output.GetString(), output.GetSize());
+    return response;
+}
+
+bool HandleCgiRequest(const RequestEnvironment& environment, BodyReader& body, ResponseWriter& writer,
+                      const HandlerSettings& settings)
+{
+    PageResponse response = RenderPageRequest(environment, body, settings);
+    bool withBody = GetEnvironmentValue(environment, "REQUEST_METHOD") != "HEAD";
+    return WriteCgiResponse(response, writer, withBody);
+}
