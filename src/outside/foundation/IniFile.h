@@ -9,7 +9,9 @@
 // character is ';' or '#'. Blanks around section names, keys and values are
 // trimmed; section and key names are compared without regard to case. The
 // value is everything after the first '=', so it may hold '=' and ';'. When a
-// key occurs twice in a section the first occurrence wins.
+// key occurs twice in a section the first occurrence wins, also when the
+// section appears twice. Lines before the first section header belong to no
+// section, and a line without '=' is no entry. Values are not unquoted.
 class IniFile : public File {
 public:
     explicit IniFile(const NyxString& path);  // missing file reads as empty

@@ -7,10 +7,6 @@
 #include <new>
 #include <vector>
 
-NodeList::NodeList() : Deleter(nullptr), Items(Inline) {}
-
-NodeList::NodeList(EntryDeleter deleter) : Deleter(deleter), Items(Inline) {}
-
 NodeList::~NodeList() {
     DeleteAllEntries();
     if (Items != Inline) std::free(Items);

@@ -7,8 +7,8 @@ class NodeList {
 public:
     using EntryDeleter = void (*)(void* entry);
 
-    NodeList();                               // entries are not owned
-    explicit NodeList(EntryDeleter deleter);  // entries are owned and disposed of by `deleter`
+    NodeList() : Deleter(nullptr), Items(Inline) {}                                // entries are not owned
+    explicit NodeList(EntryDeleter deleter) : Deleter(deleter), Items(Inline) {}  // entries owned, disposed of by `deleter`
     NodeList(const NodeList&) = delete;
     NodeList& operator=(const NodeList&) = delete;
     virtual ~NodeList();
@@ -43,7 +43,7 @@ protected:
 private:
     void Grow(unsigned needed);
 
-    static constexpr unsigned kInlineEntries = 4;  // most tags carry few parameters
+    static constexpr unsigned kInlineEntries = 2;  // most tags carry one or two parameters
 
     void** Items;        // Inline until the list outgrows it, then a malloc block
     unsigned Count = 0;

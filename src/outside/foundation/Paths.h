@@ -9,10 +9,12 @@
 // root stays at the root. The result has no trailing "/" except for "/".
 NyxString CompletePath(const NyxString& path);
 
-// Looks for `name` in each folder of a ';'-separated list, in order; an empty
-// entry means the working folder, and entries may or may not end in "/". An
-// absolute name is tested as it is. Returns the first path that is an
-// existing regular file, or "" if none.
+// Looks for `name` in each folder of a ';'-separated list, in order; entries
+// may or may not end in "/". An empty entry, like an empty list, means the
+// working folder (the hit is then `name` itself); a final ';' only ends the
+// last entry. An absolute name is tested as it is. Returns the first path
+// (folder joined with name, not completed) that is an existing regular file,
+// or "" if none.
 NyxString PathSearch(const NyxString& directories, const NyxString& name);
 
 // Creates a new empty file (0600) with a free name that begins with `prefix`

@@ -26,11 +26,13 @@ public:
 
     virtual ~GenSqlConnection();
     // Opens the database; for SQLite `path` is the database file, created if
-    // missing. Non-zero on success.
+    // missing (its tables are not: they are the site's), and a locked
+    // database is waited for up to two seconds per statement. Connecting
+    // again closes the previous database first. Non-zero on success.
     virtual int Connect(const NyxString& path);
     // Runs exactly one statement; a second statement after it is refused
-    // (blanks, ';' and comments may follow). Returns a result the caller deletes (no rows
-    // for a statement that is not a query), or null on any error. flags is
-    // unused.
+    // (blanks, ';' and comments may follow), and so is a text holding a NUL
+    // byte. Returns a result the caller deletes (no rows for a statement that
+    // is not a query), or null on any error. flags is unused.
     virtual GenSqlResult* ExecuteSql(const NyxString& text, int flags);
 };
