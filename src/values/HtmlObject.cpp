@@ -3,19 +3,17 @@
 
 #include "values/HtmlTagIds.h"
 
-HtmlObject::HtmlObject(unsigned int lineNum) : LineNum(lineNum) {}
-
 HtmlObject::HtmlObject(const HtmlObject& other)
     : HtmlTagParamList(other),
       TagIdValue(other.TagIdValue),
+      LineNum(other.LineNum),
+      SourceSize(other.SourceSize),
       StartFlag(other.StartFlag),
       EndFlag(other.EndFlag),
-      LineNum(other.LineNum),
       ClosingForm(other.ClosingForm),
-      Text(other.Text),
-      TagLabel(other.TagLabel),
+      ContentIsLabel(other.ContentIsLabel),
       SourceOffset(other.SourceOffset),
-      SourceSize(other.SourceSize) {}
+      Content(other.Content) {}
 
 HtmlObject& HtmlObject::operator=(const HtmlObject& other) {
     if (this == &other) return *this;
@@ -25,8 +23,8 @@ HtmlObject& HtmlObject::operator=(const HtmlObject& other) {
     EndFlag = other.EndFlag;
     LineNum = other.LineNum;
     ClosingForm = other.ClosingForm;
-    Text = other.Text;
-    TagLabel = other.TagLabel;
+    ContentIsLabel = other.ContentIsLabel;
+    Content = other.Content;
     SourceOffset = other.SourceOffset;
     SourceSize = other.SourceSize;
     return *this;
@@ -37,17 +35,24 @@ HtmlObject::~HtmlObject() = default;
 void HtmlObject::SetTagId(int id, int endFlag) {
     TagIdValue = id;
     EndFlag = endFlag != 0 ? 1 : 0;
-    StartFlag = id != 0 && EndFlag == 0 ? 1 : 0;
+    StartFlag = id != TagId::Text && EndFlag == 0 ? 1 : 0;
+}
+
+const NyxString& HtmlObject::EmptyString() {
+    static const NyxString empty;
+    return empty;
 }
 
 void HtmlObject::SetTagLabel(std::string_view label) {
-    TagLabel.Clear();
-    TagLabel.AppendBytes(label.data(), label.size());
+    Content.Clear();
+    Content.AppendBytes(label.data(), label.size());
+    ContentIsLabel = true;
 }
 
 void HtmlObject::SetText(std::string_view text) {
-    Text.Clear();
-    Text.AppendBytes(text.data(), text.size());
+    Content.Clear();
+    Content.AppendBytes(text.data(), text.size());
+    ContentIsLabel = false;
 }
 
 NyxString HtmlObject::Output() const {
@@ -58,17 +63,19 @@ NyxString HtmlObject::Output() const {
 
 void HtmlObject::AppendOutputTo(NyxString& out) const {
     if (TagIdValue == TagId::Text) {
-        out.AppendBytes(Text.GetString(), Text.GetSize());
+        const NyxString& text = GetText();
+        out.AppendBytes(text.GetString(), text.GetSize());
         return;
     }
+    const NyxString& label = GetTagLabel();
     out.Append('<');
     if (EndFlag != 0) {
         out.Append('/');
-        out.AppendBytes(TagLabel.GetString(), TagLabel.GetSize());
+        out.AppendBytes(label.GetString(), label.GetSize());
         out.Append('>');
         return;
     }
-    out.AppendBytes(TagLabel.GetString(), TagLabel.GetSize());
+    out.AppendBytes(label.GetString(), label.GetSize());
     for (unsigned i = 1; i <= GetCount(); ++i) {
         static_cast<const HtmlTagParam*>(NodeList::GetEntry(i))->AppendOutputTo(out);
     }

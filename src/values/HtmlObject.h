@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <string_view>
 
 #include "values/HtmlTagParamList.h"
@@ -11,10 +12,10 @@
 class HtmlObject : public HtmlTagParamList {
 public:
     // How a start tag closed: "<br>", "<br/>" or "<br />"; Output() repeats it.
-    enum class Closing { Plain = 0, Slash = 1, BlankSlash = 2 };
+    enum class Closing : uint8_t { Plain = 0, Slash = 1, BlankSlash = 2 };
 
     // An empty object: no parameters, tag id 0. The argument is the line number.
-    explicit HtmlObject(unsigned int lineNum = 0);
+    explicit HtmlObject(unsigned int lineNum = 0) : LineNum(lineNum) {}
     HtmlObject(const HtmlObject& other);             // deep: the copy owns copies of the parameters
     HtmlObject& operator=(const HtmlObject& other);  // deep
     ~HtmlObject() override;
@@ -28,12 +29,14 @@ public:
     unsigned GetLineNum() const { return LineNum; }
     void SetLineNum(unsigned lineNum) { LineNum = lineNum; }
 
+    // An object holds either a label (a tag) or a text (a text object); setting
+    // one empties the other.
     // The label as written, without angle brackets and without the slash of
     // an end tag; empty on a text object.
-    const NyxString& GetTagLabel() const { return TagLabel; }
+    const NyxString& GetTagLabel() const { return ContentIsLabel ? Content : EmptyString(); }
     void SetTagLabel(std::string_view label);
     // The text of a text object, exactly as in the source; empty on a tag.
-    const NyxString& GetText() const { return Text; }
+    const NyxString& GetText() const { return ContentIsLabel ? EmptyString() : Content; }
     void SetText(std::string_view text);  // every byte, NUL bytes included
 
     Closing GetClosing() const { return ClosingForm; }
@@ -43,7 +46,10 @@ public:
     // Objects not made by the parser have 0, 0; a copy keeps its source's.
     std::size_t GetSourceOffset() const { return SourceOffset; }
     std::size_t GetSourceSize() const { return SourceSize; }
-    void SetSourceSpan(std::size_t offset, std::size_t size) { SourceOffset = offset; SourceSize = size; }
+    void SetSourceSpan(std::size_t offset, std::size_t size) {
+        SourceOffset = offset;
+        SourceSize = static_cast<uint32_t>(size);
+    }
 
     // A text object: its text unchanged. A start tag: "<" label, each parameter
     // as HtmlTagParam::Output renders it, the closing slash if the source had
@@ -53,13 +59,19 @@ public:
     void AppendOutputTo(NyxString& out) const;
 
 private:
+    friend class HtmlObjectArena;
+    friend class HtmlObjectList;
+
+    static const NyxString& EmptyString();
+
     int TagIdValue = 0;
-    int StartFlag = 0;
-    int EndFlag = 0;  // exactly 0 or 1: walkers compare it for equality
     unsigned LineNum = 0;
+    uint32_t SourceSize = 0;  // the parser keeps every object under 2 GiB
+    uint8_t StartFlag = 0;
+    uint8_t EndFlag = 0;      // exactly 0 or 1: walkers compare it for equality
     Closing ClosingForm = Closing::Plain;
-    NyxString Text;
-    NyxString TagLabel;
+    bool ContentIsLabel = false;
+    bool InArena = false;     // set only by HtmlObjectArena::Make; never copied
     std::size_t SourceOffset = 0;
-    std::size_t SourceSize = 0;
+    NyxString Content;        // the label of a tag, the text of a text object
 };

@@ -18,15 +18,13 @@ bool ReadWholeFile(const NyxString& path, std::string& contents) {
     if (file == nullptr) return false;
     if (std::fseek(file, 0, SEEK_END) == 0) {
         const long size = std::ftell(file);
-        if (size > 0) contents.reserve(static_cast<std::size_t>(size));
+        if (size > 0) contents.reserve(static_cast<std::size_t>(size) + 1);
         std::fseek(file, 0, SEEK_SET);
     }
     // Read until the end, whatever the size said: the file may be a pipe or growing.
     std::size_t used = 0;
     while (true) {
-        if (contents.size() < used + kReadChunk) {
-            contents.resize(std::max(used + kReadChunk, contents.capacity()));
-        }
+        if (contents.size() < used + kReadChunk) contents.resize(std::max(used + kReadChunk, contents.capacity()));
         const std::size_t got = std::fread(contents.data() + used, 1, contents.size() - used, file);
         used += got;
         if (got == 0) break;
@@ -51,26 +49,38 @@ HtmlObjectList::HtmlObjectList(const NyxString& path, std::string_view text) : F
 }
 
 HtmlObjectList::~HtmlObjectList() {
-    for (HtmlObject* object : Objects) delete object;
+    for (unsigned i = 0; i < Count; ++i) Destroy(GetEntry(static_cast<int>(i)));
 }
 
+void HtmlObjectList::Destroy(HtmlObject* object) { HtmlObjectArena::Destroy(object); }
+
 void HtmlObjectList::Parse(std::string_view text) {
-    HtmlParser parser(text);
-    parser.Parse([this](HtmlObject* object) { Objects.push_back(object); });
+    HtmlParser parser(text, &Arena);
+    parser.Parse([this](HtmlObject* object) { Append(object); });
+}
+
+void HtmlObjectList::Append(HtmlObject* object) {
+    const unsigned slot = Count & kSegmentMask;
+    if (slot == 0 && (Count >> kSegmentShift) == Segments.size()) {
+        Segments.push_back(static_cast<HtmlObject**>(Arena.Allocate(kSegmentSize * sizeof(HtmlObject*))));
+    }
+    Segments[Count >> kSegmentShift][slot] = object;
+    ++Count;
 }
 
 void HtmlObjectList::ReplaceEntry(int index, HtmlObject* object) {
     if (object == nullptr) return;
-    if (index < 0 || static_cast<std::size_t>(index) >= Objects.size()) {
-        delete object;
+    if (index < 0 || static_cast<unsigned>(index) >= Count) {
+        Destroy(object);
         return;
     }
-    HtmlObject* previous = Objects[index];
-    if (previous == object) return;
-    Objects[index] = object;
-    delete previous;
+    HtmlObject*& slot = Segments[static_cast<unsigned>(index) >> kSegmentShift][static_cast<unsigned>(index) & kSegmentMask];
+    if (slot == object) return;
+    HtmlObject* previous = slot;
+    slot = object;
+    Destroy(previous);
 }
 
 void HtmlObjectList::AddEntry(HtmlObject* object) {
-    if (object != nullptr) Objects.push_back(object);
+    if (object != nullptr) Append(object);
 }

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "values/HtmlObject.h"
+#include "values/HtmlObjectArena.h"
 #include "values/NyxString.h"
 
 class HtmlObjectList {
@@ -21,7 +22,8 @@ public:
 
     // The object at `index`, or null at or past the end and for a negative index.
     HtmlObject* GetEntry(int index) const {
-        return index >= 0 && static_cast<std::size_t>(index) < Objects.size() ? Objects[index] : nullptr;
+        if (index < 0 || static_cast<unsigned>(index) >= Count) return nullptr;
+        return Segments[static_cast<unsigned>(index) >> kSegmentShift][static_cast<unsigned>(index) & kSegmentMask];
     }
     // Puts `object` (taken over) in the place of the object at `index`, which
     // is destroyed; no other entry moves. An index out of range destroys
@@ -29,7 +31,7 @@ public:
     void ReplaceEntry(int index, HtmlObject* object);
     // Appends `object` (taken over); for lists built in memory.
     void AddEntry(HtmlObject* object);
-    unsigned GetCount() const { return static_cast<unsigned>(Objects.size()); }
+    unsigned GetCount() const { return Count; }
     NyxString GetFilePath() const { return FilePath; }
 
     // True when the constructor could read the file (always true for text).
@@ -37,8 +39,18 @@ public:
 
 private:
     void Parse(std::string_view text);
+    void Append(HtmlObject* object);
+    static void Destroy(HtmlObject* object);
 
+    // Object pointers sit in segments of 4096 in the arena: no reallocation
+    // while a page grows, and no large block to fault in afresh per page.
+    static constexpr unsigned kSegmentShift = 12;
+    static constexpr unsigned kSegmentSize = 1u << kSegmentShift;
+    static constexpr unsigned kSegmentMask = kSegmentSize - 1;
+
+    HtmlObjectArena Arena;  // the parser's objects, the segments; its objects are destroyed by ~HtmlObjectList
     NyxString FilePath;
     bool Read = false;
-    std::vector<HtmlObject*> Objects;  // owned, never null
+    unsigned Count = 0;
+    std::vector<HtmlObject**> Segments;  // each kSegmentSize slots, in Arena; slots below Count are owned, never null
 };

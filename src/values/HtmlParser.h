@@ -3,13 +3,22 @@
 // object's source span, and text objects hold their bytes unchanged.
 #pragma once
 
+#include <cstddef>
 #include <string_view>
 
 class HtmlObject;
+class HtmlObjectArena;
 
 class HtmlParser {
 public:
-    explicit HtmlParser(std::string_view text);
+    // With an arena, objects and their parameters are made in it, and their
+    // owner destroys them with HtmlObjectArena::Destroy; without one they are
+    // made with new.
+    explicit HtmlParser(std::string_view text, HtmlObjectArena* arena = nullptr);
+
+    // Objects are kept under this size; a longer text becomes several text
+    // objects, a longer tag stays text.
+    static constexpr std::size_t kMaxObjectSize = 0x7FFFFFFF;
 
     // Parses the whole text, handing each new object (in document order) to
     // `sink`, which takes it over.
@@ -23,4 +32,5 @@ private:
     void ParseWith(SinkFunction sink, void* context);
 
     std::string_view Source;
+    HtmlObjectArena* Arena;
 };

@@ -2,7 +2,6 @@
 #include "values/HtmlTagIds.h"
 
 #include <cstdint>
-#include <cstring>
 
 namespace {
 
@@ -169,49 +168,67 @@ constexpr TagEntry kTags[] = {
     {"translation", TagId::Translation},
 };
 
-constexpr std::size_t kMaxLabelSize = 16;     // longer than every known label
-constexpr std::size_t kBucketCount = 512;     // power of two, over twice the table
+constexpr std::size_t kMaxLabelSize = 16;  // longer than every known label
+constexpr std::size_t kSlotCount = 512;    // power of two, over three times the table
 
 constexpr unsigned char LowerAscii(unsigned char c) { return c >= 'A' && c <= 'Z' ? c + 32 : c; }
 
-uint32_t HashLower(const unsigned char* bytes, std::size_t size) {
-    uint32_t hash = 2166136261u;
-    for (std::size_t i = 0; i < size; ++i) hash = (hash ^ bytes[i]) * 16777619u;
-    return hash;
-}
+// A label of up to 16 bytes, lower-cased and packed into two words.
+struct LabelKey {
+    uint64_t Low = 0;
+    uint64_t High = 0;
+    std::size_t Size = 0;
 
-// Open addressing over kTags; built once, read-only afterwards.
-struct TagTable {
-    int16_t Slots[kBucketCount];  // index into kTags, -1 for empty
+    constexpr explicit LabelKey(std::string_view label) : Size(label.size()) {
+        for (std::size_t i = 0; i < label.size() && i < kMaxLabelSize; ++i) {
+            const uint64_t byte = LowerAscii(static_cast<unsigned char>(label[i]));
+            if (i < 8) {
+                Low |= byte << (8 * i);
+            } else {
+                High |= byte << (8 * (i - 8));
+            }
+        }
+    }
 
-    TagTable() {
-        for (auto& slot : Slots) slot = -1;
-        for (std::size_t i = 0; i < sizeof kTags / sizeof kTags[0]; ++i) {
-            const auto* name = reinterpret_cast<const unsigned char*>(kTags[i].Name);
-            std::size_t slot = HashLower(name, std::strlen(kTags[i].Name)) & (kBucketCount - 1);
-            while (Slots[slot] != -1) slot = (slot + 1) & (kBucketCount - 1);
-            Slots[slot] = static_cast<int16_t>(i);
+    constexpr std::size_t Slot() const {
+        const uint64_t mixed = (Low ^ (High * 0x9E3779B97F4A7C15ULL) ^ Size) * 0xFF51AFD7ED558CCDULL;
+        return static_cast<std::size_t>(mixed >> 40) & (kSlotCount - 1);
+    }
+};
+
+struct Slot {
+    uint64_t Low = 0;
+    uint64_t High = 0;
+    std::size_t Size = 0;
+    int Id = TagId::Text;  // Text: an empty slot (no label has that id)
+};
+
+// Open addressing over kTags, built by the compiler.
+struct SlotTable {
+    Slot Slots[kSlotCount] = {};
+
+    constexpr SlotTable() {
+        for (const TagEntry& entry : kTags) {
+            const LabelKey key{std::string_view(entry.Name)};
+            std::size_t slot = key.Slot();
+            while (Slots[slot].Id != TagId::Text) slot = (slot + 1) & (kSlotCount - 1);
+            Slots[slot] = Slot{key.Low, key.High, key.Size, entry.Id};
         }
     }
 };
 
-const TagTable& Table() {
-    static const TagTable table;
-    return table;
-}
+constexpr SlotTable kSlotTable;
 
 }  // namespace
 
 int LookupTagId(std::string_view label) {
     if (label.empty() || label.size() > kMaxLabelSize) return TagId::Unknown;
-    unsigned char lower[kMaxLabelSize];
-    for (std::size_t i = 0; i < label.size(); ++i) lower[i] = LowerAscii(static_cast<unsigned char>(label[i]));
-    const TagTable& table = Table();
-    std::size_t slot = HashLower(lower, label.size()) & (kBucketCount - 1);
-    while (table.Slots[slot] != -1) {
-        const TagEntry& entry = kTags[table.Slots[slot]];
-        if (std::strlen(entry.Name) == label.size() && std::memcmp(entry.Name, lower, label.size()) == 0) return entry.Id;
-        slot = (slot + 1) & (kBucketCount - 1);
+    const LabelKey key(label);
+    std::size_t slot = key.Slot();
+    while (kSlotTable.Slots[slot].Id != TagId::Text) {
+        const Slot& candidate = kSlotTable.Slots[slot];
+        if (candidate.Low == key.Low && candidate.High == key.High && candidate.Size == key.Size) return candidate.Id;
+        slot = (slot + 1) & (kSlotCount - 1);
     }
     return TagId::Unknown;
 }

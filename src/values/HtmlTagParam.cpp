@@ -2,17 +2,31 @@
 #include "values/HtmlTagParam.h"
 
 HtmlTagParam::HtmlTagParam(const NyxString& name, const NyxString& value, wchar_t quote)
-    : Quote(quote), Name(name), Value(value) {}
+    : Name(name), Value(value), Quote(quote) {}
 
 HtmlTagParam::HtmlTagParam(std::string_view name, std::string_view value, wchar_t quote, ValueForm form)
-    : Quote(quote), Name(name), Value(value), Form(form) {}
+    : Name(name), Value(value), Quote(quote), Form(form) {}
 
 HtmlTagParam::HtmlTagParam(HtmlTagParam& other) : HtmlTagParam(static_cast<const HtmlTagParam&>(other)) {}
 
 HtmlTagParam::HtmlTagParam(const HtmlTagParam& other)
-    : Quote(other.Quote), Name(other.Name), Value(other.Value), Form(other.Form) {}
+    : Name(other.Name), Value(other.Value), Quote(other.Quote), Form(other.Form) {}
+
+HtmlTagParam& HtmlTagParam::operator=(const HtmlTagParam& other) {
+    Name = other.Name;
+    Value = other.Value;
+    Quote = other.Quote;
+    Form = other.Form;
+    return *this;
+}
 
 HtmlTagParam::~HtmlTagParam() = default;
+
+void HtmlTagParam::operator delete(HtmlTagParam* param, std::destroying_delete_t) {
+    const bool inArena = param->InArena;
+    param->~HtmlTagParam();
+    if (!inArena) ::operator delete(param);
+}
 
 NyxString HtmlTagParam::Output() const {
     NyxString out;

@@ -2,6 +2,7 @@
 // and how the source wrote it, so that Output() can render it again.
 #pragma once
 
+#include <new>
 #include <string_view>
 
 #include "values/NyxString.h"
@@ -9,7 +10,7 @@
 class HtmlTagParam {
 public:
     // How the value was written; decides the rendering of Output().
-    enum class ValueForm {
+    enum class ValueForm : unsigned char {
         Quoted,  // name="value" (double or single quotes, by the quote character), or unquoted
         Bare,    // a name without '=' and without value: rendered as the bare name while the value is empty
     };
@@ -21,8 +22,12 @@ public:
     HtmlTagParam(std::string_view name, std::string_view value, wchar_t quote, ValueForm form);
     HtmlTagParam(HtmlTagParam& other);
     HtmlTagParam(const HtmlTagParam& other);
-    HtmlTagParam& operator=(const HtmlTagParam& other) = default;
+    HtmlTagParam& operator=(const HtmlTagParam& other);
     virtual ~HtmlTagParam();
+
+    // `delete` works on every parameter: one that the parser placed in its
+    // page's arena is destroyed and its memory left to the arena.
+    static void operator delete(HtmlTagParam* param, std::destroying_delete_t);
 
     NyxString& GetName() { return Name; }
     NyxString& GetValue() { return Value; }
@@ -37,8 +42,11 @@ public:
     void AppendOutputTo(NyxString& out) const;
 
 private:
-    wchar_t Quote;
+    friend class HtmlObjectArena;
+
     NyxString Name;
     NyxString Value;
+    wchar_t Quote;
     ValueForm Form = ValueForm::Quoted;
+    bool InArena = false;  // set only by HtmlObjectArena::Make; never copied
 };

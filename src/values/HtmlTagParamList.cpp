@@ -8,8 +8,6 @@
 
 namespace {
 
-void DeleteParam(void* entry) { delete static_cast<HtmlTagParam*>(entry); }
-
 void DeleteCharArray(void* entry) { delete[] static_cast<char*>(entry); }
 
 bool EqualIgnoringCase(std::string_view a, std::string_view b) {
@@ -30,7 +28,7 @@ bool IsItemSeparator(char c) { return c == ',' || c == ';' || c == ' ' || c == '
 
 }  // namespace
 
-HtmlTagParamList::HtmlTagParamList() : NodeList(DeleteParam) {}
+void HtmlTagParamList::DeleteParam(void* entry) { delete static_cast<HtmlTagParam*>(entry); }
 
 HtmlTagParamList::HtmlTagParamList(const HtmlTagParamList& other) : NodeList(DeleteParam) {
     for (unsigned i = 1; i <= other.GetCount(); ++i) {

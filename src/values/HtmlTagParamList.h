@@ -11,7 +11,7 @@ class HtmlObject;
 
 class HtmlTagParamList : public NodeList {
 public:
-    HtmlTagParamList();
+    HtmlTagParamList() : NodeList(DeleteParam) {}
     HtmlTagParamList(const HtmlTagParamList& other);             // deep: copies every parameter
     HtmlTagParamList& operator=(const HtmlTagParamList& other);  // deep
     ~HtmlTagParamList() override;
@@ -37,6 +37,9 @@ public:
     // The leading part of the value read as strtol with base 0 reads it; 0 if
     // absent or not a number.
     long GetIntValue(const NyxString& name) const;
+
+private:
+    static void DeleteParam(void* entry);
 };
 
 // Splits the value of the named parameter into items at commas, semicolons
