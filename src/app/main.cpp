@@ -31,13 +31,6 @@ const char kProgramHelp[] =
 
 }  // namespace
 
-int ReportUsageError(const char* command, const char* message)
-{
-    std::fprintf(stderr, "vexl%s%s: %s (see 'vexl%s%s --help')\n", command ? " " : "", command ? command : "", message,
-                 command ? " " : "", command ? command : "");
-    return kUsageExitStatus;
-}
-
 // A web server that runs vexl itself as the handler of pages starts it
 // without a command (or with the page's path): then it answers as CGI.
 static bool IsStartedByWebServer(int argc, char** argv)
