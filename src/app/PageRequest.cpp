@@ -256,8 +256,10 @@ std::string MakeHeaderValue(const std::string& value)
     return result;
 }
 
-// Turns the page's header pairs into response headers (see PageRequest.h).
-void TakePageHeaders(VexlPage& page, PageResponse& response)
+// Turns the page's header pairs into response headers: the session pair
+// becomes the session cookie, "content-type" and "status" set those, the
+// framing headers are dropped, every other pair goes out as it is.
+void TakePageHeaders(VexlPage& page, bool secure, PageResponse& response)
 {
     std::string contentType = "text/html; charset=utf-8";
     std::vector<std::pair<std::string, std::string>> others;
@@ -267,7 +269,7 @@ void TakePageHeaders(VexlPage& page, PageResponse& response)
         std::string value = MakeHeaderValue(page.Headers.GetValue(index).ToStd());
         if (name == kSessionCookieName) {
             others.emplace_back("Set-Cookie", std::string(kSessionCookieName) + "=" + value +
-                                                  "; Path=/; HttpOnly; SameSite=Lax");
+                                                  "; Path=/; HttpOnly; SameSite=Lax" + (secure ? "; Secure" : ""));
         } else if (name == "content-type") {
             contentType = value;
         } else if (name == "status") {
@@ -409,7 +411,9 @@ PageResponse RenderPageRequest(const RequestEnvironment& environment, BodyReader
         page.Process();
         if (capturing)
             stray = capture.End();
-        TakePageHeaders(page, response);
+        // Over HTTPS the cookie is kept from plain-text requests.
+        std::string https = GetEnvironmentValue(environment, "HTTPS");
+        TakePageHeaders(page, https == "on" || https == "1", response);
     }
     response.Body.reserve(stray.size() + output.GetSize());
     response.Body = stray;

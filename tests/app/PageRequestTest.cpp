@@ -272,6 +272,13 @@ TEST_F(PageRequestTest, SessionComesFromTheCookie)
     EXPECT_EQ(FindHeader(Run(), "Set-Cookie"), "http_session_id=4242; Path=/; HttpOnly; SameSite=Lax");
 }
 
+TEST_F(PageRequestTest, CookieIsSecureOverHttps)
+{
+    Environment["HTTP_COOKIE"] = "http_session_id=7";
+    Environment["HTTPS"] = "on";
+    EXPECT_EQ(FindHeader(Run(), "Set-Cookie"), "http_session_id=7; Path=/; HttpOnly; SameSite=Lax; Secure");
+}
+
 TEST_F(PageRequestTest, PageHeadersBecomeResponseHeaders)
 {
     Write(Site + "/headers.vxl",
