@@ -103,6 +103,12 @@ private:
                 if (isLess) SwapElements(++last, i);
             }
             SwapElements(left, last);
+            if (last == left && RestEquivalentToPivot(left, right, less, userData)) {
+                // Every later pass would find nothing below its pivot and
+                // only swap it to the front: do those swaps without comparing.
+                for (unsigned l = left + 1; l < right; ++l) SwapElements(l, l + (right - l) / 2);
+                return;
+            }
             if (last - left < right - last) {
                 if (last > left) QuickSort(left, last - 1, less, userData);
                 left = last + 1;
@@ -112,6 +118,20 @@ private:
                 right = last - 1;
             }
         }
+    }
+
+    // Whether no element after the pivot at `left` is greater than it. The
+    // partition has just found none below it, so for a strict weak order the
+    // whole range is equivalent, and the plain algorithm would take one
+    // quadratic pass per element (all-equal data). The scan stops at the first
+    // greater element, so it costs at most one comparison per element.
+    bool RestEquivalentToPivot(unsigned left, unsigned right, LessFn less, void* userData) {
+        for (unsigned i = left + 1; i <= right; ++i) {
+            const bool isGreater = less != nullptr ? less(*Items[left], *Items[i], userData)
+                                                   : *Items[left] < *Items[i];
+            if (isGreater) return false;
+        }
+        return true;
     }
 
     void SwapElements(unsigned a, unsigned b) {
