@@ -281,6 +281,7 @@ void NyxString::Remove(unsigned start, unsigned count) {
 
 bool NyxString::Insert(unsigned position, const NyxString& text) {
     if (position > Size) return false;
+    if (&text == this) return Insert(position, NyxString(text));  // the text changes below
     NyxString tail = GetSubstring(position);
     SetSizeInternal(position);
     Append(text);
@@ -500,7 +501,7 @@ void NyxString::VPrintf(const char* format, va_list arguments) {
         // Length modifiers.
         int longs = 0;
         bool sizeT = false;
-        while (*q == 'l' || *q == 'h' || *q == 'z' || *q == 'L') {
+        while ((*q == 'l' || *q == 'h' || *q == 'z' || *q == 'L') && specLength < 60) {
             if (*q == 'l') ++longs;
             if (*q == 'z') sizeT = true;
             piece[specLength++] = *q++;
@@ -524,17 +525,24 @@ void NyxString::VPrintf(const char* format, va_list arguments) {
         }
         case 's': {
             const char* text = va_arg(args, const char*);
+            if (text == nullptr) text = "(null)";
             if (starCount == 0 && specLength == 2) {
-                result.Append(text == nullptr ? "(null)" : text);
+                result.Append(text);
                 continue;
             }
-            // A width or precision: format through a large enough buffer.
-            const std::size_t need = (text ? std::strlen(text) : 6) + 512;
-            std::string big(need, '\0');
-            int n = starCount == 2   ? std::snprintf(big.data(), need, piece, stars[0], stars[1], text)
-                    : starCount == 1 ? std::snprintf(big.data(), need, piece, stars[0], text)
-                                     : std::snprintf(big.data(), need, piece, text);
-            if (n > 0) result.AppendBytes(big.data(), std::min<std::size_t>(static_cast<std::size_t>(n), need - 1));
+            // A width or precision: measure first, since with a precision the
+            // text need not be terminated (strlen could run past it).
+            auto format = [&](char* target, std::size_t size) {
+                return starCount == 2   ? std::snprintf(target, size, piece, stars[0], stars[1], text)
+                       : starCount == 1 ? std::snprintf(target, size, piece, stars[0], text)
+                                        : std::snprintf(target, size, piece, text);
+            };
+            const int n = format(nullptr, 0);
+            if (n > 0) {
+                std::string big(static_cast<std::size_t>(n) + 1, '\0');
+                format(big.data(), big.size());
+                result.AppendBytes(big.data(), static_cast<std::size_t>(n));
+            }
             continue;
         }
         case 'c':
