@@ -2,7 +2,9 @@
 #include "values/HtmlObjectList.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdio>
+#include <filesystem>
 #include <string>
 
 #include "values/HtmlParser.h"
@@ -16,10 +18,12 @@ bool ReadWholeFile(const NyxString& path, std::string& contents) {
     if (path.IsEmpty()) return false;
     std::FILE* file = std::fopen(path.GetString(), "rb");
     if (file == nullptr) return false;
-    if (std::fseek(file, 0, SEEK_END) == 0) {
-        const long size = std::ftell(file);
-        if (size > 0) contents.reserve(static_cast<std::size_t>(size) + 1);
-        std::fseek(file, 0, SEEK_SET);
+    // The size is only a hint: a folder opens but fails on reading below.
+    std::error_code error;
+    const std::filesystem::path name(path.ToStd());
+    if (std::filesystem::is_regular_file(name, error)) {
+        const std::uintmax_t size = std::filesystem::file_size(name, error);
+        if (!error && size < contents.max_size()) contents.reserve(static_cast<std::size_t>(size) + 1);
     }
     // Read until the end, whatever the size said: the file may be a pipe or growing.
     std::size_t used = 0;

@@ -1,0 +1,147 @@
+// Tests of HtmlObjectList: reading files, numbering, ReplaceEntry.
+#include "values/HtmlObjectList.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <string>
+
+#include "values/HtmlTestSupport.h"
+
+using html_test::Parse;
+
+namespace {
+
+// A folder for this test's files, removed at the end.
+class TempFolder {
+public:
+    TempFolder() {
+        const char* base = std::getenv("VEXL_TEST_TMP");
+        std::filesystem::path root = base != nullptr && *base != '\0' ? base : std::filesystem::temp_directory_path();
+        std::filesystem::create_directories(root);
+        std::string pattern = (root / "html-list-XXXXXX").string();
+        if (mkdtemp(pattern.data()) != nullptr) Path = pattern;
+    }
+    ~TempFolder() {
+        std::error_code ignored;
+        if (!Path.empty()) std::filesystem::remove_all(Path, ignored);
+    }
+    std::string Write(const std::string& name, const std::string& contents) const {
+        const std::string file = (Path / name).string();
+        std::ofstream(file, std::ios::binary) << contents;
+        return file;
+    }
+    std::filesystem::path Path;
+};
+
+TEST(HtmlObjectListTest, ReadsAndParsesAFile) {
+    TempFolder folder;
+    const char text[] = "<html>\r\n<body>Hello\0world</body>\n";
+    const std::string source(text, sizeof text - 1);
+    const std::string path = folder.Write("page.html", source);
+    HtmlObjectList list{NyxString(path.c_str())};
+    EXPECT_TRUE(list.WasRead());
+    EXPECT_EQ(list.GetFilePath().ToStd(), path);
+    EXPECT_EQ(html_test::CheckReformsSource(list, source), "");
+    EXPECT_EQ(list.GetCount(), 6u);
+}
+
+TEST(HtmlObjectListTest, FileWithNulBytesIsReadWhole) {
+    TempFolder folder;
+    const std::string source("a\0b<p>\0", 7);
+    const std::string path = folder.Write("nul.html", source);
+    HtmlObjectList list{NyxString(path.c_str())};
+    EXPECT_EQ(html_test::CheckReformsSource(list, source), "");
+}
+
+TEST(HtmlObjectListTest, UnreadablePathGivesAnEmptyList) {
+    TempFolder folder;
+    HtmlObjectList missing{NyxString((folder.Path / "absent.html").string().c_str())};
+    EXPECT_EQ(missing.GetCount(), 0u);
+    EXPECT_EQ(missing.GetEntry(0), nullptr);
+    EXPECT_FALSE(missing.WasRead());
+    HtmlObjectList directory{NyxString(folder.Path.string().c_str())};
+    EXPECT_EQ(directory.GetCount(), 0u);
+    HtmlObjectList empty{NyxString("")};
+    EXPECT_EQ(empty.GetCount(), 0u);
+}
+
+TEST(HtmlObjectListTest, EmptyFileGivesNoObjects) {
+    TempFolder folder;
+    HtmlObjectList list{NyxString(folder.Write("empty.html", "").c_str())};
+    EXPECT_TRUE(list.WasRead());
+    EXPECT_EQ(list.GetCount(), 0u);
+    EXPECT_EQ(list.GetEntry(0), nullptr);
+}
+
+TEST(HtmlObjectListTest, GetEntryIsNullAtAndPastTheEndAndForNegativeIndices) {
+    auto list = Parse("a<b>c");
+    ASSERT_EQ(list->GetCount(), 3u);
+    EXPECT_NE(list->GetEntry(2), nullptr);
+    EXPECT_EQ(list->GetEntry(static_cast<int>(list->GetCount())), nullptr);
+    EXPECT_EQ(list->GetEntry(static_cast<int>(list->GetCount()) + 1), nullptr);
+    EXPECT_EQ(list->GetEntry(-1), nullptr);
+    EXPECT_EQ(list->GetEntry(-2147483647 - 1), nullptr);
+}
+
+TEST(HtmlObjectListTest, PathIsRecordedForPagesInMemory) {
+    HtmlObjectList list(NyxString("/site/pages/index.vxl"), "x");
+    EXPECT_EQ(list.GetFilePath().ToStd(), "/site/pages/index.vxl");
+    EXPECT_TRUE(list.WasRead());
+}
+
+TEST(HtmlObjectListTest, ReplaceEntryPutsTheCopyInPlaceAndMovesNothingElse) {
+    auto list = Parse("<LOOP condition=\"(i < 3)\">body</LOOP>");
+    HtmlObject* next = list->GetEntry(1);
+    auto* copy = new HtmlObject(*list->GetEntry(0));
+    copy->AddEntry(new HtmlTagParam(NyxString("cachedproc"), NyxString("index_0"), 0));
+    list->ReplaceEntry(0, copy);
+    EXPECT_EQ(list->GetEntry(0), copy);
+    EXPECT_EQ(list->GetEntry(0)->GetStrValue("cachedproc").ToStd(), "index_0");
+    EXPECT_EQ(list->GetEntry(1), next);
+    EXPECT_EQ(list->GetCount(), 3u);
+
+    // A replaced copy can itself be replaced.
+    auto* second = new HtmlObject(*copy);
+    second->AddEntry(new HtmlTagParam(NyxString("cachedinit"), NyxString("index_1"), 0));
+    list->ReplaceEntry(0, second);
+    EXPECT_EQ(list->GetEntry(0)->GetCount(), 3u);
+    list->ReplaceEntry(0, second);  // the same object again: nothing happens
+    EXPECT_EQ(list->GetEntry(0), second);
+}
+
+TEST(HtmlObjectListTest, ReplaceEntryOutOfRangeDisposesOfTheObject) {
+    auto list = Parse("x");
+    list->ReplaceEntry(5, new HtmlObject(0));
+    list->ReplaceEntry(-1, new HtmlObject(0));
+    list->ReplaceEntry(0, nullptr);
+    EXPECT_EQ(list->GetCount(), 1u);
+    EXPECT_EQ(list->GetEntry(0)->GetText().ToStd(), "x");
+}
+
+TEST(HtmlObjectListTest, AddEntryAppends) {
+    HtmlObjectList list(NyxString("mem"), "");
+    auto* text = new HtmlObject(1);
+    text->SetText("made");
+    list.AddEntry(text);
+    list.AddEntry(nullptr);
+    ASSERT_EQ(list.GetCount(), 1u);
+    EXPECT_EQ(list.GetEntry(0)->Output().ToStd(), "made");
+}
+
+TEST(HtmlObjectListTest, ManyObjectsStayInOrderAcrossSegments) {
+    std::string source;
+    for (int i = 0; i < 10000; ++i) source += "<i>" + std::to_string(i);
+    auto list = Parse(source);
+    ASSERT_EQ(list->GetCount(), 20000u);
+    for (int i = 0; i < 10000; i += 997) EXPECT_EQ(list->GetEntry(2 * i + 1)->GetText().ToStd(), std::to_string(i));
+    list->ReplaceEntry(12345, new HtmlObject(0));
+    EXPECT_EQ(list->GetEntry(12345)->GetTagId(), TagId::Text);
+    EXPECT_EQ(list->GetEntry(12346)->GetTagLabel().ToStd(), "i");
+}
+
+}  // namespace
