@@ -1,0 +1,89 @@
+#!/usr/bin/env bash
+# Load run: lighttpd on 127.0.0.1 in front of `vexl fcgi` (lighttpd starts
+# the FastCGI processes), serving a copy of examples/site. Measures requests
+# per second for the start page with wrk (apt package wrk), or with a bounded
+# loop of parallel curl calls when wrk is missing, and fails on any error or
+# non-2xx answer.
+#
+# Usage: bench/load/run.sh [BUILD_DIR]   (default: ./build; or $VEXL_BUILD_DIR)
+#   VEXL_LOAD_CONNECTIONS (default 50), VEXL_LOAD_SECONDS (default 30),
+#   VEXL_LOAD_THREADS (wrk threads, default 2), VEXL_LOAD_PROCS (vexl fcgi
+#   processes, default 2), VEXL_LOAD_PAGE (default /, the start page).
+set -euo pipefail
+
+repo=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
+build=$(realpath -m "${1:-${VEXL_BUILD_DIR:-$repo/build}}")
+connections=${VEXL_LOAD_CONNECTIONS:-50}
+seconds=${VEXL_LOAD_SECONDS:-30}
+threads=${VEXL_LOAD_THREADS:-2}
+procs=${VEXL_LOAD_PROCS:-2}
+page=${VEXL_LOAD_PAGE:-/}
+source "$repo/scripts/e2e/site-server.sh"
+
+for tool in lighttpd python3 curl; do
+    command -v "$tool" > /dev/null || { echo "load: $tool is missing (apt-get install lighttpd python3 curl wrk)" >&2; exit 1; }
+done
+vexl_ensure_built "$repo" "$build"
+vexl="$build/vexl"
+
+work=$(mktemp -d "${TMPDIR:-/tmp}/vexl-load-XXXXXX")
+cleanup() {
+    vexl_stop_lighttpd
+    rm -rf "$work"
+}
+trap cleanup EXIT
+
+vexl_prepare_site "$repo" "$work"
+cgi_port=$(vexl_free_port)
+fcgi_port=$(vexl_free_port)
+while [ "$fcgi_port" = "$cgi_port" ]; do fcgi_port=$(vexl_free_port); done
+vexl_write_lighttpd_conf "$vexl" "$work" "$cgi_port" "$fcgi_port"
+sed -i "s/\"max-procs\" => [0-9]*/\"max-procs\" => $procs/" "$work/lighttpd.conf"
+vexl_start_lighttpd "$work"
+url="http://127.0.0.1:$fcgi_port$page"
+
+# The page must answer 200 before it is measured.
+status=$(curl -s -o "$work/first.html" -w '%{http_code}' "$url")
+if [ "$status" != 200 ]; then
+    echo "load: $url answered $status" >&2
+    head -c 2000 "$work/first.html" >&2
+    exit 1
+fi
+echo "load: $url ($(wc -c < "$work/first.html") bytes), $connections connections, ${seconds}s, $procs vexl fcgi processes"
+
+if command -v wrk > /dev/null; then
+    # Count non-2xx answers too: wrk reports them only in its summary.
+    wrk -t "$threads" -c "$connections" -d "${seconds}s" --latency --timeout 10s "$url" | tee "$work/wrk.txt"
+    rps=$(awk '/^Requests\/sec:/ { print $2 }' "$work/wrk.txt")
+    non2xx=$(awk '/Non-2xx or 3xx responses:/ { print $5 }' "$work/wrk.txt")
+    socket_errors=$(awk -F'[ ,]+' '/Socket errors:/ { print $4 + $6 + $8 + $10 }' "$work/wrk.txt")
+    total=$(awk '/requests in/ { print $1 }' "$work/wrk.txt")
+    echo "load: $total requests, ${rps} requests/s, non-2xx: ${non2xx:-0}, socket errors: ${socket_errors:-0}"
+    if [ "${non2xx:-0}" != 0 ] || [ "${socket_errors:-0}" != 0 ]; then
+        echo "load: FAIL (errors under load)" >&2
+        exit 1
+    fi
+else
+    # Bounded fallback: `connections` workers, each issuing requests one after
+    # the other until the time is up; every status is recorded.
+    echo "load: wrk not found, using parallel curl loops (numbers are lower than wrk's)"
+    end=$(( $(date +%s) + seconds ))
+    for worker in $(seq "$connections"); do
+        (
+            while [ "$(date +%s)" -lt "$end" ]; do
+                curl -s -o /dev/null -w '%{http_code}\n' --max-time 10 "$url" || echo 000
+            done > "$work/statuses.$worker"
+        ) &
+    done
+    wait
+    total=$(cat "$work"/statuses.* | wc -l)
+    bad=$(cat "$work"/statuses.* | grep -vc '^200$' || true)
+    echo "load: $total requests, $(( total / seconds )) requests/s, errors: $bad"
+    [ "$bad" = 0 ] || { echo "load: FAIL (errors under load)" >&2; exit 1; }
+fi
+grep -iE "error|crash|died" "$work/lighttpd-error.log" | grep -v "server started" > "$work/errors" || true
+if [ -s "$work/errors" ]; then
+    echo "load: lighttpd reported:" >&2
+    head -20 "$work/errors" >&2
+fi
+echo "load: PASS"
