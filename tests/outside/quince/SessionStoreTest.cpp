@@ -1,0 +1,303 @@
+// Tests of SessionStore: round trips of every value type, upsert, Touch and
+// Expire, a store that cannot be opened, and several processes at once.
+#include "outside/quince/SessionStore.h"
+
+#include <gtest/gtest.h>
+#include <sqlite3.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <limits>
+#include <memory>
+#include <string>
+
+#include "values/VarArray.h"
+#include "values/VarBoolean.h"
+#include "values/VarChar.h"
+#include "values/VarDouble.h"
+#include "values/VarFloat.h"
+#include "values/VarInteger.h"
+#include "values/VarString.h"
+
+namespace {
+
+class SessionStoreTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        const char* base = std::getenv("VEXL_TEST_TMP");
+        std::string root = base != nullptr ? base : std::filesystem::temp_directory_path().string();
+        std::filesystem::create_directories(root);
+        std::string pattern = root + "/sessionstore-XXXXXX";
+        ASSERT_NE(mkdtemp(pattern.data()), nullptr);
+        Folder = pattern;
+        Path = Folder + "/nested/folder/sessions.db";  // the store makes the folders
+    }
+    void TearDown() override {
+        std::error_code ignored;
+        std::filesystem::remove_all(Folder, ignored);
+    }
+
+    std::unique_ptr<Variable> RoundTrip(const Variable& variable, uint32_t id = 1) {
+        SessionStore store(NyxString(Path.c_str()));
+        store.Save(id, variable);
+        SessionStore other(NyxString(Path.c_str()));  // read through a second connection
+        return std::unique_ptr<Variable>(other.Load(id, const_cast<Variable&>(variable).GetVarName()));
+    }
+
+    // Moves a session's last use into the past, as if it had been idle.
+    void AgeSession(uint32_t id, int seconds) {
+        sqlite3* db = nullptr;
+        ASSERT_EQ(sqlite3_open(Path.c_str(), &db), SQLITE_OK);
+        const std::string sql = "UPDATE sessions SET last_access = last_access - " + std::to_string(seconds) +
+                                " WHERE id = " + std::to_string(id);
+        EXPECT_EQ(sqlite3_exec(db, sql.c_str(), nullptr, nullptr, nullptr), SQLITE_OK);
+        sqlite3_close(db);
+    }
+
+    int CountRows(const char* table) {
+        sqlite3* db = nullptr;
+        EXPECT_EQ(sqlite3_open(Path.c_str(), &db), SQLITE_OK);
+        sqlite3_stmt* statement = nullptr;
+        const std::string sql = std::string("SELECT COUNT(*) FROM ") + table;
+        EXPECT_EQ(sqlite3_prepare_v2(db, sql.c_str(), -1, &statement, nullptr), SQLITE_OK);
+        int count = -1;
+        if (sqlite3_step(statement) == SQLITE_ROW) count = sqlite3_column_int(statement, 0);
+        sqlite3_finalize(statement);
+        sqlite3_close(db);
+        return count;
+    }
+
+    std::string Folder;
+    std::string Path;
+};
+
+TEST_F(SessionStoreTest, OpensAndCreatesTheFolder) {
+    SessionStore store(NyxString(Path.c_str()));
+    EXPECT_TRUE(store.IsOpen());
+    EXPECT_TRUE(std::filesystem::exists(Path));
+    EXPECT_FALSE(store.Exists(1));
+}
+
+TEST_F(SessionStoreTest, AStoreThatCannotOpenDoesNothing) {
+    const std::string blocker = Folder + "/file";
+    { std::FILE* f = std::fopen(blocker.c_str(), "w"); ASSERT_NE(f, nullptr); std::fclose(f); }
+    SessionStore store(NyxString((blocker + "/below/sessions.db").c_str()));  // a file stands where a folder must
+    EXPECT_FALSE(store.IsOpen());
+    VarInteger n("n");
+    store.Save(1, n);
+    store.Touch(1);
+    store.Expire(0);
+    EXPECT_FALSE(store.Exists(1));
+    EXPECT_EQ(store.Load(1, "n"), nullptr);
+    SessionStore empty(NyxString(""));
+    EXPECT_FALSE(empty.IsOpen());
+}
+
+TEST_F(SessionStoreTest, SaveCreatesTheSessionAndLoadGivesANewVariable) {
+    SessionStore store(NyxString(Path.c_str()));
+    VarInteger n("count");
+    n.SetIntegerValue(-42);
+    store.Save(7, n);
+    EXPECT_TRUE(store.Exists(7));
+    EXPECT_FALSE(store.Exists(8));
+    std::unique_ptr<Variable> loaded(store.Load(7, "count"));
+    ASSERT_NE(loaded, nullptr);
+    EXPECT_NE(loaded.get(), &n);
+    EXPECT_EQ(loaded->GetTypeId(), Variable::TypeInteger);
+    EXPECT_EQ(loaded->GetIntegerValue(), -42);
+    EXPECT_EQ(loaded->GetVarName().ToStd(), "count");
+    EXPECT_EQ(store.Load(7, "other"), nullptr);
+    EXPECT_EQ(store.Load(8, "count"), nullptr);
+}
+
+TEST_F(SessionStoreTest, ScalarsRoundTripExactly) {
+    VarBoolean b("b");
+    b.SetBoolValue(5);  // not normalised
+    EXPECT_EQ(RoundTrip(b)->GetBoolValue(), 5);
+    VarChar c("c");
+    c.SetCharValue(static_cast<char>(0xE9));
+    EXPECT_EQ(RoundTrip(c)->GetCharValue(), static_cast<char>(0xE9));
+    VarFloat f("f");
+    f.SetFloatValue(0.1f);
+    EXPECT_EQ(RoundTrip(f)->GetFloatValue(), 0.1f);
+    VarDouble d("d");
+    d.SetDoubleValue(0.1 + 0.2);  // needs 17 digits
+    EXPECT_EQ(RoundTrip(d)->GetDoubleValue(), 0.1 + 0.2);
+    d.SetDoubleValue(-std::numeric_limits<double>::infinity());
+    EXPECT_EQ(RoundTrip(d)->GetDoubleValue(), -std::numeric_limits<double>::infinity());
+    for (Variable* v : {static_cast<Variable*>(&b), static_cast<Variable*>(&c), static_cast<Variable*>(&f),
+                        static_cast<Variable*>(&d)}) {
+        EXPECT_EQ(RoundTrip(*v)->GetTypeId(), v->GetTypeId());
+    }
+}
+
+TEST_F(SessionStoreTest, StringsKeepEveryByte) {
+    VarString s("s");
+    const std::string bytes("quote' \"x\" ; DROP TABLE sessions; --\0end\xff", 42);
+    s.SetStringValue(bytes.data(), static_cast<unsigned>(bytes.size()));
+    std::unique_ptr<Variable> loaded = RoundTrip(s);
+    ASSERT_NE(loaded, nullptr);
+    EXPECT_EQ(loaded->GetText().ToStd(), bytes);
+    VarString empty("e");
+    EXPECT_EQ(RoundTrip(empty)->GetText().ToStd(), "");
+    EXPECT_EQ(CountRows("sessions"), 1);
+}
+
+TEST_F(SessionStoreTest, ArraysRoundTripWithTheirTypeAndNesting) {
+    VarIntegerArray ints("ints");
+    ints.SetArraySize(3);
+    ints.GetArrayElement(2)->SetIntegerValue(9);
+    std::unique_ptr<Variable> loaded = RoundTrip(ints);
+    ASSERT_NE(loaded, nullptr);
+    NyxString type;
+    loaded->DumpType(type, "", 0);
+    EXPECT_EQ(type.ToStd(), "integer[]");
+    EXPECT_EQ(loaded->GetText().ToStd(), "[0,0,9]");
+
+    VarArray mixed("mixed");
+    auto* text = new VarString;
+    text->SetStringValue(NyxString("a:3:b,c"));
+    mixed.AddArrayElement(text);
+    auto* inner = new VarStringArray;
+    inner->SetArraySize(2);
+    inner->GetArrayElement(0)->SetStringValue(NyxString("x"));
+    mixed.AddArrayElement(inner);
+    auto* number = new VarDouble;
+    number->SetDoubleValue(2.5);
+    mixed.AddArrayElement(number);
+    loaded = RoundTrip(mixed);
+    ASSERT_NE(loaded, nullptr);
+    EXPECT_EQ(loaded->GetText().ToStd(), "[a:3:b,c,[x,],2.5]");
+    EXPECT_EQ(loaded->GetArrayElement(1)->GetArrayElementType()->GetTypeId(), Variable::TypeString);
+
+    VarDoubleArray empty("none");
+    loaded = RoundTrip(empty);
+    ASSERT_NE(loaded, nullptr);
+    EXPECT_EQ(loaded->GetElementCount(), 0u);
+}
+
+TEST_F(SessionStoreTest, SaveReplacesTheValueAndItsType) {
+    SessionStore store(NyxString(Path.c_str()));
+    VarInteger n("x");
+    n.SetIntegerValue(1);
+    store.Save(3, n);
+    VarString s("x");
+    s.SetStringValue(NyxString("now text"));
+    store.Save(3, s);
+    std::unique_ptr<Variable> loaded(store.Load(3, "x"));
+    ASSERT_NE(loaded, nullptr);
+    EXPECT_EQ(loaded->GetTypeId(), Variable::TypeString);
+    EXPECT_EQ(loaded->GetText().ToStd(), "now text");
+    EXPECT_EQ(CountRows("session_variables"), 1);
+}
+
+TEST_F(SessionStoreTest, SessionsKeepTheirVariablesApart) {
+    SessionStore store(NyxString(Path.c_str()));
+    VarInteger n("n");
+    n.SetIntegerValue(1);
+    store.Save(1, n);
+    n.SetIntegerValue(2);
+    store.Save(0xFFFFFFFFu, n);  // the whole unsigned range is a session number
+    EXPECT_EQ(std::unique_ptr<Variable>(store.Load(1, "n"))->GetIntegerValue(), 1);
+    EXPECT_EQ(std::unique_ptr<Variable>(store.Load(0xFFFFFFFFu, "n"))->GetIntegerValue(), 2);
+}
+
+TEST_F(SessionStoreTest, TouchCreatesTheSession) {
+    SessionStore store(NyxString(Path.c_str()));
+    store.Touch(12);
+    EXPECT_TRUE(store.Exists(12));
+}
+
+TEST_F(SessionStoreTest, ExpireDeletesIdleSessionsWithTheirVariables) {
+    SessionStore store(NyxString(Path.c_str()));
+    VarInteger n("n");
+    store.Save(1, n);
+    store.Save(2, n);
+    store.Save(3, n);
+    AgeSession(1, 100);
+    AgeSession(2, 59);
+    store.Expire(60);
+    EXPECT_FALSE(store.Exists(1));
+    EXPECT_EQ(store.Load(1, "n"), nullptr);
+    EXPECT_TRUE(store.Exists(2));
+    EXPECT_TRUE(store.Exists(3));
+    EXPECT_EQ(CountRows("session_variables"), 2);
+}
+
+TEST_F(SessionStoreTest, TouchKeepsASessionFromExpiring) {
+    SessionStore store(NyxString(Path.c_str()));
+    VarInteger n("n");
+    store.Save(5, n);
+    AgeSession(5, 1000);
+    store.Touch(5);
+    store.Expire(60);
+    EXPECT_TRUE(store.Exists(5));
+}
+
+TEST_F(SessionStoreTest, AReferenceIsStoredAsItsOrigin) {
+    VarString origin("greeting");
+    origin.SetStringValue(NyxString("hi"));
+    Variable* reference = origin.Duplicate();
+    SessionStore store(NyxString(Path.c_str()));
+    store.Save(1, *reference);
+    Variable::Delete(reference);
+    std::unique_ptr<Variable> loaded(store.Load(1, "greeting"));
+    ASSERT_NE(loaded, nullptr);
+    EXPECT_EQ(loaded->GetText().ToStd(), "hi");
+    EXPECT_EQ(loaded->Dereference(), nullptr);
+}
+
+TEST_F(SessionStoreTest, ACorruptValueLoadsAsNothing) {
+    {
+        SessionStore store(NyxString(Path.c_str()));
+        VarIntegerArray a("a");
+        a.SetArraySize(2);
+        store.Save(1, a);
+    }
+    sqlite3* db = nullptr;
+    ASSERT_EQ(sqlite3_open(Path.c_str(), &db), SQLITE_OK);
+    EXPECT_EQ(sqlite3_exec(db, "UPDATE session_variables SET value = 'int:99:1'", nullptr, nullptr, nullptr),
+              SQLITE_OK);
+    sqlite3_close(db);
+    SessionStore store(NyxString(Path.c_str()));
+    EXPECT_EQ(store.Load(1, "a"), nullptr);
+}
+
+TEST_F(SessionStoreTest, SeveralProcessesWriteAtOnce) {
+    constexpr int kProcesses = 4;
+    constexpr int kVariablesEach = 40;
+    { SessionStore create(NyxString(Path.c_str())); }
+    pid_t children[kProcesses];
+    for (int p = 0; p < kProcesses; ++p) {
+        children[p] = fork();
+        ASSERT_GE(children[p], 0);
+        if (children[p] == 0) {
+            SessionStore store(NyxString(Path.c_str()));
+            for (int i = 0; i < kVariablesEach; ++i) {
+                VarInteger n(NyxString(("v" + std::to_string(i)).c_str()));
+                n.SetIntegerValue(p * 1000 + i);
+                store.Save(static_cast<uint32_t>(p + 1), n);
+                store.Touch(static_cast<uint32_t>(100 + p));
+            }
+            _exit(0);
+        }
+    }
+    for (pid_t child : children) {
+        int status = 0;
+        ASSERT_EQ(waitpid(child, &status, 0), child);
+        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+    }
+    SessionStore store(NyxString(Path.c_str()));
+    for (int p = 0; p < kProcesses; ++p) {
+        for (int i = 0; i < kVariablesEach; ++i) {
+            std::unique_ptr<Variable> v(store.Load(static_cast<uint32_t>(p + 1), ("v" + std::to_string(i)).c_str()));
+            ASSERT_NE(v, nullptr) << "process " << p << " variable " << i;
+            EXPECT_EQ(v->GetIntegerValue(), p * 1000 + i);
+        }
+    }
+    EXPECT_EQ(CountRows("session_variables"), kProcesses * kVariablesEach);
+}
+
+}  // namespace
