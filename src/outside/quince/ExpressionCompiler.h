@@ -27,5 +27,5 @@ public:
 
 private:
     QuinceContext* Context;
-    quince::CachedExpression* Compiled = nullptr;  // owned by the context's cache
+    quince::CachedExpression* Compiled = nullptr;  // a reference into the context's cache
 };

@@ -1,0 +1,188 @@
+// Engine: what stands behind a QuinceContext: configuration and limits,
+// output and error reports, the variable lists, procedures, native
+// functions and modules, the compiled-expression cache, sessions and the VM.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "outside/quince/FunctionModule.h"
+#include "outside/quince/Limits.h"
+#include "outside/quince/Procedure.h"
+#include "outside/quince/Value.h"
+#include "outside/quince/Vm.h"
+#include "values/NyxString.h"
+
+class QuinceContext;
+class SessionStore;
+class Stack;
+class Variable;
+
+namespace quince {
+
+// Hashing that takes std::string_view, so lookups need no std::string.
+struct TextHash {
+    using is_transparent = void;
+    std::size_t operator()(std::string_view text) const { return std::hash<std::string_view>()(text); }
+};
+template <class T>
+using TextMap = std::unordered_map<std::string, T, TextHash, std::equal_to<>>;
+
+// One of the context's lists of variables (global, page, session). It owns
+// its variables; numbers are 0-based positions.
+class VariableList {
+public:
+    VariableList() = default;
+    ~VariableList();
+    VariableList(const VariableList&) = delete;
+    VariableList& operator=(const VariableList&) = delete;
+
+    Variable* Find(std::string_view name) const;
+    int FindNumber(std::string_view name) const;  // -1 if absent
+    // Takes ownership; a variable of the same name is deleted and replaced in its place.
+    int Add(Variable* variable);
+    unsigned Count() const { return static_cast<unsigned>(Items.size()); }
+    Variable* At(unsigned number) const { return Items[number]; }
+    void Clear();
+
+private:
+    std::vector<Variable*> Items;
+    TextMap<unsigned> Numbers;
+};
+
+struct NativeFunction {
+    NyxString Name;
+    QuinceNativeFunction Function;
+    unsigned MinArguments;
+    unsigned MaxArguments;
+};
+
+// A compiled expression in the cache. ExpressionCompiler objects hold a
+// reference while they use one, so clearing the cache never pulls one away.
+struct CachedExpression {
+    uint32_t RefCount = 1;             // the cache's own, plus one per compiler that holds it
+    Procedure* Code = nullptr;         // null: the text does not compile, whatever exists
+    std::vector<NyxString> RequiredNames;
+    std::vector<NyxString> RequiredCallees;
+    uint64_t CheckedGeneration = 0;    // the context's generation when Valid was worked out
+    bool Valid = false;                // every required name and callee existed then
+};
+void RetainExpression(CachedExpression* expression);
+// Whether the first statement of a text is `proc`.
+bool TextIsStructured(std::string_view text);
+// Whether any statement of a text begins with `proc`.
+bool TextDefinesProcedures(std::string_view text);
+void ReleaseExpression(CachedExpression* expression);
+
+class Engine {
+public:
+    explicit Engine(QuinceContext& owner);
+    ~Engine();
+    Engine(const Engine&) = delete;
+    Engine& operator=(const Engine&) = delete;
+
+    QuinceContext& Owner;
+
+    // --- Configuration (Engine.cpp)
+    NyxString IniDir;
+    NyxString IniPath;
+    const Limits& GetLimits();
+    NyxString ReadConfig(const char* key);  // section QuinceConfig; empty if absent
+    void ForgetConfig() { LimitsRead = false; }
+
+    // --- Output and failures (Engine.cpp)
+    NyxString* Target = nullptr;
+    NyxString Pending;  // printed while no target was set; FlushOutput writes it out
+    NyxString& Output() { return Target != nullptr ? *Target : Pending; }
+    void FlushOutput();
+    // The one form of every failure report written into the output:
+    // <p><b>Quince error</b> in <b>FILE</b> line <b>N</b>: MESSAGE</p>
+    void ReportError(const NyxString& file, unsigned line, const NyxString& message);
+
+    // --- Strings and arrays
+    MemoryAccount Memory;
+
+    // --- Variables (Engine.cpp)
+    VariableList Globals;
+    VariableList Page;
+    VariableList Sessions;
+    uint64_t VariableGeneration = 1;  // changes whenever a list gains, replaces or loses a variable
+    VariableList& ListFor(int list);
+    // Global, then session, then page: the order in which scripts see names.
+    Variable* FindContextVariable(std::string_view name) const;
+    int AddVariable(Variable* variable, int list);
+
+    // --- Procedures and functions (Engine.cpp)
+    uint64_t NativeGeneration = 1;
+    uint64_t CallGeneration() const;  // changes whenever a procedure or native function comes or goes
+    Procedure* FindProcedure(std::string_view name) const;
+    void AddProcedure(Procedure* procedure);  // replaces a procedure of the same name
+    const NativeFunction* FindNative(std::string_view name) const;
+    int RegisterFunction(const NyxString& name, QuinceNativeFunction function, unsigned minArguments,
+                         unsigned maxArguments);
+    // Looks for the module in `folders` (";"-separated), or in QuinceConfig
+    // ModulePath, or beside the build, the installation and the program.
+    bool LoadFunctionModule(const NyxString& name, const NyxString& folders, void** handle);
+
+    // --- Compiling and running (EngineRun.cpp)
+    // Compiles a script text; procedures join the context, top-level
+    // declarations run. Failures are reported; returns success.
+    bool CompileText(std::string_view text, const NyxString& file, unsigned firstLine);
+    // Compiles a script file; a file in which no statement begins with
+    // `proc` is a run of statements and becomes the procedure `main`.
+    bool CompileFile(const NyxString& path);
+    // Runs a procedure for the page, binding the stack's variables to its
+    // parameters by reference. Failures are reported and set RunFailed.
+    bool RunForPage(const NyxString& name, Stack* stack);
+    // Runs with Value arguments for a native caller; reports failures.
+    bool Run(Procedure* procedure, Value* arguments, unsigned count, Value& result, RuntimeError& error);
+
+    // --- Expressions (EngineExpressions.cpp)
+    // The compiled form of `text` (a new reference), or null if it does not compile now.
+    CachedExpression* CompileExpression(const NyxString& text);
+    // Pushes the value as a new Variable; quiet on failure.
+    bool EvaluateExpression(CachedExpression* expression, Stack* stack);
+    void ClearExpressionCache();
+
+    // --- Sessions (EngineSessions.cpp)
+    unsigned SessionId = 0;
+    bool SessionIdSet = false;
+    SessionStore* GetSessionStore();  // opened on first use; null if it cannot be opened
+    void CloseSessionStore();
+    NyxString SessionStorePath();
+    bool DoesSessionExist(unsigned id);
+    void ExpireSessions(unsigned ageSeconds);
+    void SetSessionId(unsigned id);
+    // Binds `name` in the session list: from the store if it holds it, else `initial`.
+    bool DeclareSessionVariable(std::string_view name, DeclaredType type, Value& initial, NyxString& error);
+    void SaveSessionVariables();
+
+    // --- State for the library
+    uint64_t NextRandom();
+
+    void Reset();
+
+private:
+    bool LimitsRead = false;
+    Limits CurrentLimits;
+
+    TextMap<std::unique_ptr<NativeFunction>> Natives;
+    std::vector<void*> Modules;  // loaded; closed with the engine
+    TextMap<void*> LoadedModules;  // by the name they were asked for
+
+    TextMap<CachedExpression*> Expressions;
+
+    SessionStore* Store = nullptr;  // owned; opened on first use
+    bool StoreTried = false;        // opening was tried (and perhaps failed)
+
+    uint64_t RandomState = 0;
+
+public:
+    Vm Machine;  // last: it refers to the members above
+};
+
+}  // namespace quince

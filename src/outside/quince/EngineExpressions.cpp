@@ -1,0 +1,71 @@
+// Engine: the cache of compiled expressions. A cached expression behaves as
+// a fresh compile would: it is valid only while every variable and procedure
+// it names exists, checked again whenever the context's lists have changed.
+#include "outside/quince/Engine.h"
+#include "outside/quince/Parser.h"
+#include "outside/quince/Stack.h"
+#include "outside/quince/VariableBridge.h"
+#include "values/Variable.h"
+
+namespace quince {
+
+CachedExpression* Engine::CompileExpression(const NyxString& text) {
+    const Limits& limits = GetLimits();
+    CachedExpression* entry = nullptr;
+    auto found = Expressions.find(text.View());
+    if (found != Expressions.end()) {
+        entry = found->second;
+    } else {
+        if (Expressions.size() >= kMaxCachedExpressions) ClearExpressionCache();
+        entry = new CachedExpression;
+        CompiledExpression compiled;
+        Parser parser(*this, text.View(), NyxString("(expression)"), 1, limits.MaxParseDepth);
+        if (parser.CompileExpression(compiled)) {
+            entry->Code = compiled.Code;
+            entry->RequiredNames = std::move(compiled.RequiredNames);
+            entry->RequiredCallees = std::move(compiled.RequiredCallees);
+        }
+        Expressions.emplace(text.ToStd(), entry);
+    }
+    if (entry->Code == nullptr) return nullptr;
+    const uint64_t generation = VariableGeneration + CallGeneration();
+    if (entry->CheckedGeneration != generation) {
+        bool valid = true;
+        for (const NyxString& name : entry->RequiredNames) {
+            if (FindContextVariable(name.View()) == nullptr) {
+                valid = false;
+                break;
+            }
+        }
+        for (std::size_t i = 0; valid && i < entry->RequiredCallees.size(); ++i) {
+            const std::string_view callee = entry->RequiredCallees[i].View();
+            valid = FindProcedure(callee) != nullptr || FindNative(callee) != nullptr;
+        }
+        entry->Valid = valid;
+        entry->CheckedGeneration = generation;
+    }
+    if (!entry->Valid) return nullptr;
+    RetainExpression(entry);
+    return entry;
+}
+
+bool Engine::EvaluateExpression(CachedExpression* expression, Stack* stack) {
+    if (expression == nullptr || expression->Code == nullptr || stack == nullptr) return false;
+    GetLimits();
+    Value result = Value::MakeNone();
+    RuntimeError error;
+    if (!Machine.Run(expression->Code, nullptr, 0, result, error)) return false;
+    Variable* variable = VariableFromValue(result, NyxString());
+    Release(result);
+    if (variable == nullptr) return false;
+    stack->PushVariable(variable);
+    return true;
+}
+
+void Engine::ClearExpressionCache() {
+    TextMap<CachedExpression*> entries;
+    entries.swap(Expressions);
+    for (auto& entry : entries) ReleaseExpression(entry.second);
+}
+
+}  // namespace quince

@@ -1,0 +1,586 @@
+// Parser: the rules of procedures, declarations and statements.
+#include "outside/quince/Engine.h"
+#include "outside/quince/Library.h"
+#include "outside/quince/Parser.h"
+
+namespace quince {
+
+namespace {
+
+constexpr std::size_t kNoTarget = static_cast<std::size_t>(-1);
+
+bool IsBlockEnd(TokenKind kind) {
+    switch (kind) {
+        case TokenKind::End: case TokenKind::EndProc: case TokenKind::ElseIf: case TokenKind::Else:
+        case TokenKind::EndIf: case TokenKind::EndWhile: case TokenKind::Next:
+            return true;
+        default: return false;
+    }
+}
+
+bool StartsExpression(TokenKind kind) {
+    switch (kind) {
+        case TokenKind::Integer: case TokenKind::Double: case TokenKind::Float: case TokenKind::String:
+        case TokenKind::Char: case TokenKind::Name: case TokenKind::True: case TokenKind::False:
+        case TokenKind::Minus: case TokenKind::Bang: case TokenKind::LeftBracket:
+        case TokenKind::TypeInt: case TokenKind::TypeDouble: case TokenKind::TypeFloat:
+        case TokenKind::TypeChar: case TokenKind::TypeBool: case TokenKind::TypeString:
+            return true;
+        default: return false;
+    }
+}
+
+TokenKind OperatorOf(TokenKind compound) {
+    switch (compound) {
+        case TokenKind::PlusAssign: return TokenKind::Plus;
+        case TokenKind::MinusAssign: return TokenKind::Minus;
+        case TokenKind::StarAssign: return TokenKind::Star;
+        case TokenKind::SlashAssign: return TokenKind::Slash;
+        case TokenKind::PercentAssign: return TokenKind::Percent;
+        default: return TokenKind::End;
+    }
+}
+
+bool IsAssignOperator(TokenKind kind) { return kind == TokenKind::Assign || OperatorOf(kind) != TokenKind::End; }
+
+}  // namespace
+
+// unit := { separator } { ( procedure | context-declaration ) { separator } }
+void Parser::ParseUnit() {
+    SkipSeparators();
+    while (!Failed && !Check(TokenKind::End)) {
+        if (Check(TokenKind::Proc)) {
+            ParseProcedure();
+        } else if (Check(TokenKind::Global) || Check(TokenKind::Session)) {
+            ParseContextDeclaration();
+            ExpectStatementEnd();
+        } else {
+            Fail("only 'proc', 'global' and 'session' may stand at the top level of a script, found " +
+                 DescribeToken(Current.Kind, Current.Text));
+        }
+        SkipSeparators();
+    }
+}
+
+// procedure := "proc" NAME "(" [ parameter { "," parameter } ] ")" block "endproc"
+void Parser::ParseProcedure() {
+    const unsigned line = Current.Line;
+    Advance();
+    if (!Check(TokenKind::Name)) {
+        Fail("expected the procedure's name after 'proc', found " + DescribeToken(Current.Kind, Current.Text));
+        return;
+    }
+    const std::string name(Current.Text);
+    if (FindBuiltin(name, nullptr) != nullptr) {
+        Fail("'" + name + "' is a built-in function; a procedure cannot take its name");
+        return;
+    }
+    Advance();
+    auto* procedure = new Procedure;
+    procedure->Name = NyxString(std::string_view(name));
+    procedure->File = File;
+    procedure->Line = line;
+    FunctionState* outer = Function;
+    FunctionState state;
+    BeginFunction(state, procedure);
+    Expect(TokenKind::LeftParen, "'(' after the procedure's name");
+    if (!Check(TokenKind::RightParen)) {
+        do {
+            Parameter parameter;
+            if (!ParseParameter(parameter)) break;
+            for (const Parameter& other : procedure->Parameters) {
+                if (other.Name == parameter.Name) Fail("parameter '" + parameter.Name.ToStd() + "' is named twice");
+            }
+            procedure->Parameters.push_back(parameter);
+        } while (Match(TokenKind::Comma));
+    }
+    Expect(TokenKind::RightParen, "')' after the parameters");
+    if (procedure->Parameters.size() > 255) Fail("a procedure takes at most 255 parameters");
+    state.NextSlot = static_cast<unsigned>(procedure->Parameters.size());
+    procedure->SlotCount = state.NextSlot;
+    ParseBlock();
+    if (!Failed && !Check(TokenKind::EndProc)) {
+        Fail("expected 'endproc' to close 'proc " + name + "' of line " + std::to_string(line) + ", found " +
+             DescribeToken(Current.Kind, Current.Text));
+    }
+    Advance();
+    Emit(Opcode::Return);
+    EndFunction();
+    Function = outer;
+    ExpectStatementEnd();
+}
+
+// parameter := [ "ref" ] [ type ] NAME          (no type: var)
+bool Parser::ParseParameter(Parameter& parameter) {
+    parameter.IsRef = Match(TokenKind::Ref);
+    if (IsTypeStart() && !ParseType(parameter.Type)) return false;
+    if (!Check(TokenKind::Name)) {
+        Fail("expected a parameter name, found " + DescribeToken(Current.Kind, Current.Text));
+        return false;
+    }
+    parameter.Name = NyxString(Current.Text);
+    Advance();
+    return true;
+}
+
+bool Parser::IsTypeStart() const {
+    switch (Current.Kind) {
+        case TokenKind::TypeVar: case TokenKind::TypeInt: case TokenKind::TypeDouble: case TokenKind::TypeFloat:
+        case TokenKind::TypeChar: case TokenKind::TypeBool: case TokenKind::TypeString:
+            return true;
+        default: return false;
+    }
+}
+
+// type := ( "var" | "int" | "double" | "float" | "char" | "bool" | "string" ) [ "[" "]" ]
+bool Parser::ParseType(DeclaredType& type) {
+    StaticType base = StaticType::Any;
+    switch (Current.Kind) {
+        case TokenKind::TypeVar: base = StaticType::Any; break;
+        case TokenKind::TypeInt: base = StaticType::Int; break;
+        case TokenKind::TypeDouble: base = StaticType::Double; break;
+        case TokenKind::TypeFloat: base = StaticType::Float; break;
+        case TokenKind::TypeChar: base = StaticType::Char; break;
+        case TokenKind::TypeBool: base = StaticType::Bool; break;
+        case TokenKind::TypeString: base = StaticType::String; break;
+        default:
+            Fail("expected a type, found " + DescribeToken(Current.Kind, Current.Text));
+            return false;
+    }
+    Advance();
+    type = DeclaredType{base, StaticType::Any};
+    if (Check(TokenKind::LeftBracket)) {
+        Advance();
+        if (!Expect(TokenKind::RightBracket, "']' in an array type")) return false;
+        type = DeclaredType{StaticType::Array, base};
+    }
+    return true;
+}
+
+// block := { statement }        ends before endproc, elseif, else, endif, endwhile, next
+void Parser::ParseBlock() {
+    if (!EnterNesting()) return;
+    BeginScope();
+    SkipSeparators();
+    while (!Failed && !IsBlockEnd(Current.Kind)) ParseStatement();
+    EndScope();
+    LeaveNesting();
+}
+
+// statement := ( declaration | context-declaration | if | while | for | break | continue
+//              | return | print | name-statement ) separator
+void Parser::ParseStatement() {
+    switch (Current.Kind) {
+        case TokenKind::Global:
+        case TokenKind::Session: ParseContextDeclaration(); break;
+        case TokenKind::If: ParseIf(); break;
+        case TokenKind::While: ParseWhile(); break;
+        case TokenKind::For: ParseFor(); break;
+        case TokenKind::Break:
+        case TokenKind::Continue: ParseBreakOrContinue(); break;
+        case TokenKind::Return: ParseReturn(); break;
+        case TokenKind::Print:
+        case TokenKind::PrintLine: ParsePrint(); break;
+        case TokenKind::Name: ParseNameStatement(); break;
+        case TokenKind::Proc: Fail("procedures cannot be nested: 'proc' inside a procedure"); return;
+        default:
+            if (IsTypeStart()) {
+                ParseDeclaration();
+                break;
+            }
+            Fail("expected a statement, found " + DescribeToken(Current.Kind, Current.Text));
+            return;
+    }
+    ExpectStatementEnd();
+}
+
+// declaration := type NAME [ "=" expression ] { "," NAME [ "=" expression ] }
+void Parser::ParseDeclaration() {
+    DeclaredType type;
+    if (!ParseType(type)) return;
+    do {
+        if (!Check(TokenKind::Name)) {
+            Fail("expected a name after '" + DeclaredTypeName(type).ToStd() + "', found " +
+                 DescribeToken(Current.Kind, Current.Text));
+            return;
+        }
+        const std::string name(Current.Text);
+        Advance();
+        ExprInfo value;
+        if (Match(TokenKind::Assign)) {
+            value = ParseExpression();
+        } else if (type.Base == StaticType::Any) {
+            Fail("'var " + name + "' needs a value: var " + name + " = ...");
+            return;
+        } else {
+            value = ExprInfo{type.Base};
+            switch (type.Base) {
+                case StaticType::Int: Emit(Opcode::PushInt, 0); break;
+                case StaticType::Bool: Emit(Opcode::PushBool, 0); break;
+                case StaticType::String: EmitConstantString(""); break;
+                case StaticType::Array: Emit(Opcode::MakeArray, 0, type.Pack()); break;
+                default: Emit(Opcode::PushInt, 0); value.Type = StaticType::Int; break;  // converted on store
+            }
+        }
+        // Declared after its value, so that `int x = x` reads the x outside.
+        unsigned slot = 0;
+        if (!DeclareLocal(name, type, slot)) return;
+        EmitStoreLocal(slot, type, value.Type);
+    } while (Match(TokenKind::Comma));
+}
+
+// context-declaration := ( "global" | "session" ) type NAME [ "=" expression ]
+void Parser::ParseContextDeclaration() {
+    const bool isSession = Check(TokenKind::Session);
+    const char* keyword = isSession ? "session" : "global";
+    Advance();
+    DeclaredType type;
+    if (!ParseType(type)) return;
+    if (!Check(TokenKind::Name)) {
+        Fail(std::string("expected a name in the '") + keyword + "' declaration, found " +
+             DescribeToken(Current.Kind, Current.Text));
+        return;
+    }
+    const std::string name(Current.Text);
+    Advance();
+    const ResolvedName resolved = Resolve(name, false);
+    if (resolved.Kind != NameKind::Context) {
+        Fail("'" + name + "' is a local variable or parameter here; it cannot be declared " + keyword);
+        return;
+    }
+    if (Match(TokenKind::Assign)) {
+        ParseExpression();
+    } else if (type.Base == StaticType::Any) {
+        Fail(std::string("'") + keyword + " var " + name + "' needs a value");
+        return;
+    } else if (type.Base == StaticType::Array) {
+        Emit(Opcode::MakeArray, 0, type.Pack());
+    } else if (type.Base == StaticType::String) {
+        EmitConstantString("");
+    } else {
+        Emit(Opcode::PushInt, 0);  // converted to the declared type
+    }
+    Emit(isSession ? Opcode::DeclareSession : Opcode::DeclareGlobal, static_cast<int32_t>(resolved.Site), type.Pack());
+}
+
+// if := "if" expression block { "elseif" expression block } [ "else" block ] "endif"
+void Parser::ParseIf() {
+    const unsigned line = Current.Line;
+    Advance();
+    ParseExpression();
+    std::size_t skip = EmitJump(Opcode::JumpIfFalse);
+    ParseBlock();
+    std::vector<std::size_t> exits;
+    while (Check(TokenKind::ElseIf)) {
+        exits.push_back(EmitJump(Opcode::Jump));
+        PatchJump(skip);
+        Advance();
+        ParseExpression();
+        skip = EmitJump(Opcode::JumpIfFalse);
+        ParseBlock();
+    }
+    if (Check(TokenKind::Else)) {
+        Advance();
+        exits.push_back(EmitJump(Opcode::Jump));
+        PatchJump(skip);
+        skip = kNoTarget;
+        ParseBlock();
+    }
+    if (skip != kNoTarget) PatchJump(skip);
+    for (std::size_t exit : exits) PatchJump(exit);
+    if (!Failed && !Check(TokenKind::EndIf)) {
+        Fail("expected 'endif' to close 'if' of line " + std::to_string(line) + ", found " +
+             DescribeToken(Current.Kind, Current.Text));
+    }
+    Advance();
+}
+
+// while := "while" expression block "endwhile"
+void Parser::ParseWhile() {
+    const unsigned line = Current.Line;
+    Advance();
+    const std::size_t start = CodeSize();
+    ParseExpression();
+    const std::size_t exit = EmitJump(Opcode::JumpIfFalse);
+    Function->Loops.push_back(LoopState{{}, {}, Function->ScopeDepth});
+    ParseBlock();
+    if (!Failed && !Check(TokenKind::EndWhile)) {
+        Fail("expected 'endwhile' to close 'while' of line " + std::to_string(line) + ", found " +
+             DescribeToken(Current.Kind, Current.Text));
+    }
+    Advance();
+    LoopState loop = std::move(Function->Loops.back());
+    Function->Loops.pop_back();
+    const std::size_t back = CodeSize();
+    EmitLoop(start);
+    for (std::size_t jump : loop.ContinueJumps) PatchJumpTo(jump, back);
+    PatchJump(exit);
+    for (std::size_t jump : loop.BreakJumps) PatchJump(jump);
+}
+
+// for := "for" NAME "=" expression "to" expression [ "step" expression ] block "next" [ NAME ]
+// The loop declares its counter, local to the loop; limit and step are worked
+// out once, before the first pass.
+void Parser::ParseFor() {
+    const unsigned line = Current.Line;
+    Advance();
+    if (!Check(TokenKind::Name)) {
+        Fail("expected the counter's name after 'for', found " + DescribeToken(Current.Kind, Current.Text));
+        return;
+    }
+    const std::string name(Current.Text);
+    Advance();
+    Expect(TokenKind::Assign, "'=' after the counter of 'for'");
+    const ExprInfo start = ParseExpression();
+    BeginScope();
+    const StaticType counterType =
+        start.Type == StaticType::Int || start.Type == StaticType::Double ? start.Type
+        : start.Type == StaticType::Float                                  ? StaticType::Double
+                                                                           : StaticType::Any;
+    unsigned counter = 0;
+    if (!DeclareLocal(name, DeclaredType{counterType, StaticType::Any}, counter)) {
+        EndScope();
+        return;
+    }
+    EmitStoreLocal(counter, DeclaredType{counterType, StaticType::Any}, start.Type);
+    const unsigned limitSlot = AddHiddenSlot();
+    const unsigned stepSlot = AddHiddenSlot();
+    Expect(TokenKind::To, "'to' in 'for'");
+    const ExprInfo limit = ParseExpression();
+    Emit(Opcode::StoreLocal, static_cast<int32_t>(limitSlot));
+    ExprInfo step{StaticType::Int, true, 1};
+    if (Match(TokenKind::Step)) {
+        step = ParseExpression();
+    } else {
+        Emit(Opcode::PushInt, 1);
+    }
+    Emit(Opcode::StoreLocal, static_cast<int32_t>(stepSlot));
+    if (!Failed && (limitSlot != counter + 1 || stepSlot != counter + 2)) Fail("internal: loop slots apart");
+    const bool allInts = counterType == StaticType::Int && limit.Type == StaticType::Int && step.Type == StaticType::Int;
+    const std::size_t prepare = Emit(allInts ? Opcode::ForPrepInt : Opcode::ForPrep, 0, static_cast<uint16_t>(counter));
+    const std::size_t body = CodeSize();
+    Function->Loops.push_back(LoopState{{}, {}, Function->ScopeDepth});
+    ParseBlock();
+    LoopState loop = std::move(Function->Loops.back());
+    Function->Loops.pop_back();
+    for (std::size_t jump : loop.ContinueJumps) PatchJump(jump);
+    const std::size_t next = Emit(allInts ? Opcode::ForNextInt : Opcode::ForNext, 0, static_cast<uint16_t>(counter));
+    PatchJumpTo(next, body);
+    PatchJump(prepare);
+    for (std::size_t jump : loop.BreakJumps) PatchJump(jump);
+    if (!Failed && !Check(TokenKind::Next)) {
+        Fail("expected 'next' to close 'for' of line " + std::to_string(line) + ", found " +
+             DescribeToken(Current.Kind, Current.Text));
+    }
+    Advance();
+    if (Check(TokenKind::Name)) {
+        if (Current.Text != name) Fail("'next " + std::string(Current.Text) + "' does not match 'for " + name + "'");
+        Advance();
+    }
+    EndScope();
+}
+
+// break := "break"        continue := "continue"
+void Parser::ParseBreakOrContinue() {
+    const bool isBreak = Check(TokenKind::Break);
+    Advance();
+    if (Function->Loops.empty()) {
+        Fail(std::string("'") + (isBreak ? "break" : "continue") + "' outside a loop");
+        return;
+    }
+    LoopState& loop = Function->Loops.back();
+    (isBreak ? loop.BreakJumps : loop.ContinueJumps).push_back(EmitJump(Opcode::Jump));
+}
+
+// return := "return" [ expression ]
+void Parser::ParseReturn() {
+    Advance();
+    if (Function->IsInitializer) {
+        Fail("'return' outside a procedure");
+        return;
+    }
+    if (Check(TokenKind::Separator) || IsBlockEnd(Current.Kind)) {
+        Emit(Opcode::Return);
+        return;
+    }
+    ParseExpression();
+    Emit(Opcode::ReturnValue);
+}
+
+// print := ( "print" | "println" ) [ expression { "," expression } ]
+void Parser::ParsePrint() {
+    const bool addLineEnd = Check(TokenKind::PrintLine);
+    Advance();
+    if (!Check(TokenKind::Separator) && !IsBlockEnd(Current.Kind)) {
+        do {
+            ParseExpression();
+            Emit(Opcode::Print);
+        } while (Match(TokenKind::Comma));
+    }
+    if (addLineEnd) Emit(Opcode::PrintLine);
+}
+
+// name-statement := NAME assign-operator expression
+//                 | NAME "[" expression "]" assign-operator expression
+//                 | NAME "(" [ arguments ] ")"
+//                 | NAME [ arguments ]                       (a call without parentheses)
+void Parser::ParseNameStatement() {
+    const std::string name(Current.Text);
+    const TokenKind next = Peek.Kind;
+    if (IsAssignOperator(next)) {
+        Advance();
+        ParseAssignment(Resolve(name, false), name);
+        return;
+    }
+    if (next == TokenKind::LeftBracket) {
+        Advance();
+        ParseIndexAssignment(Resolve(name, true), name);
+        return;
+    }
+    if (IsSlotName(name)) {
+        Advance();
+        Fail("expected '=' after '" + name + "', found " + DescribeToken(Current.Kind, Current.Text));
+        return;
+    }
+    Advance();
+    const bool hasParentheses = Check(TokenKind::LeftParen);
+    if (!hasParentheses && !StartsExpression(Current.Kind) && !Check(TokenKind::Separator) &&
+        !IsBlockEnd(Current.Kind)) {
+        Fail("expected '=', '(' or arguments after '" + name + "', found " + DescribeToken(Current.Kind, Current.Text));
+        return;
+    }
+    ParseCall(name, false, hasParentheses);
+    Emit(Opcode::Pop);
+}
+
+// assignment := NAME ( "=" | "+=" | "-=" | "*=" | "/=" | "%=" ) expression
+// `x = x + a + b`, where nothing else on the right reads or can change x, is
+// compiled as x += a; x += b, so that a string grows in place.
+void Parser::ParseAssignment(const ResolvedName& target, std::string_view name) {
+    const TokenKind op = Current.Kind;
+    const unsigned line = Current.Line;
+    if (op == TokenKind::Assign && IsAppendChain(name)) {
+        Advance();  // =
+        Advance();  // x
+        do {
+            Advance();  // +
+            ParseMultiplicative();
+            switch (target.Kind) {
+                case NameKind::Local: Emit(Opcode::AppendLocal, static_cast<int32_t>(target.Slot), target.Type.Pack()); break;
+                case NameKind::Argument: Emit(Opcode::AppendArg, static_cast<int32_t>(target.Slot), target.Type.Pack()); break;
+                case NameKind::Context: Emit(Opcode::AppendName, static_cast<int32_t>(target.Site)); break;
+            }
+        } while (Check(TokenKind::Plus));
+        return;
+    }
+    Advance();
+    if (op == TokenKind::Assign) {
+        const ExprInfo value = ParseExpression();
+        if (target.Kind == NameKind::Local) EmitStoreLocal(target.Slot, target.Type, value.Type);
+        else EmitStore(target);
+        return;
+    }
+    if (op == TokenKind::PlusAssign) {
+        ParseExpression();
+        switch (target.Kind) {
+            case NameKind::Local: Emit(Opcode::AppendLocal, static_cast<int32_t>(target.Slot), target.Type.Pack()); break;
+            case NameKind::Argument: Emit(Opcode::AppendArg, static_cast<int32_t>(target.Slot), target.Type.Pack()); break;
+            case NameKind::Context: Emit(Opcode::AppendName, static_cast<int32_t>(target.Site)); break;
+        }
+        return;
+    }
+    // x op= v reads x first, so x must exist.
+    EmitLoad(target);
+    const ExprInfo left{target.Kind == NameKind::Context ? StaticType::Any : target.Type.Base};
+    const ExprInfo right = ParseExpression();
+    const ExprInfo result = EmitBinary(OperatorOf(op), left, right, line);
+    if (target.Kind == NameKind::Local) EmitStoreLocal(target.Slot, target.Type, result.Type);
+    else EmitStore(target);
+}
+
+// index-assignment := NAME "[" expression "]" assign-operator expression
+void Parser::ParseIndexAssignment(const ResolvedName& target, std::string_view name) {
+    Advance();  // [
+    BeginScope();
+    const unsigned index = AddHiddenSlot();
+    ParseExpression();
+    Expect(TokenKind::RightBracket, "']' after the index");
+    if (!IsAssignOperator(Current.Kind)) {
+        Fail("expected '=' after '" + std::string(name) + "[...]', found " + DescribeToken(Current.Kind, Current.Text));
+        EndScope();
+        return;
+    }
+    const TokenKind op = Current.Kind;
+    const unsigned line = Current.Line;
+    Advance();
+    if (op == TokenKind::Assign) {
+        ParseExpression();
+    } else {
+        Emit(Opcode::StoreLocal, static_cast<int32_t>(index));
+        Emit(Opcode::LoadLocal, static_cast<int32_t>(index));
+        if (target.Kind == NameKind::Context) {
+            Emit(Opcode::LoadLocal, static_cast<int32_t>(index));
+            Emit(Opcode::IndexName, static_cast<int32_t>(target.Site));
+        } else {
+            EmitLoad(target);
+            Emit(Opcode::LoadLocal, static_cast<int32_t>(index));
+            Emit(Opcode::Index);
+        }
+        const ExprInfo right = ParseExpression();
+        EmitBinary(OperatorOf(op), ExprInfo{}, right, line);
+    }
+    switch (target.Kind) {
+        case NameKind::Local: Emit(Opcode::SetIndexLocal, static_cast<int32_t>(target.Slot)); break;
+        case NameKind::Argument: Emit(Opcode::SetIndexArg, static_cast<int32_t>(target.Slot), target.Type.Pack()); break;
+        case NameKind::Context: Emit(Opcode::SetIndexName, static_cast<int32_t>(target.Site)); break;
+    }
+    EndScope();
+}
+
+// Looks ahead, without consuming, whether the right side of `name = ...` is
+// `name + a + b ...` where a, b... neither mention name nor call a procedure
+// and no operator weaker than + stands outside parentheses.
+bool Parser::IsAppendChain(std::string_view name) const {
+    if (Peek.Kind != TokenKind::Name || Peek.Text != name) return false;
+    Lexer scout = Lex;
+    if (scout.NextToken().Kind != TokenKind::Plus) return false;
+    int depth = 0;
+    TokenKind last = TokenKind::Plus;
+    std::string_view lastText;
+    for (std::size_t guard = 0; guard <= Text.size(); ++guard) {
+        const Token token = scout.NextToken();
+        switch (token.Kind) {
+            case TokenKind::End: return depth == 0;
+            case TokenKind::Separator:
+                if (token.Text != ";" || depth == 0) return depth == 0;
+                break;
+            case TokenKind::Error: return false;
+            case TokenKind::Name:
+                if (token.Text == name) return false;
+                break;
+            case TokenKind::LeftParen:
+                if (last == TokenKind::Name && FindBuiltin(lastText, nullptr) == nullptr) return false;
+                ++depth;
+                break;
+            case TokenKind::LeftBracket: ++depth; break;
+            case TokenKind::RightParen:
+            case TokenKind::RightBracket:
+                if (--depth < 0) return false;
+                break;
+            case TokenKind::Minus: case TokenKind::Equal: case TokenKind::NotEqual: case TokenKind::Less:
+            case TokenKind::LessEqual: case TokenKind::Greater: case TokenKind::GreaterEqual:
+            case TokenKind::AndAnd: case TokenKind::OrOr:
+                // A leading minus of an operand (after + or an opening) is unary and harmless.
+                if (depth == 0 && !(token.Kind == TokenKind::Minus && last == TokenKind::Plus)) return false;
+                break;
+            default:
+                if (IsBlockEnd(token.Kind)) return depth == 0;
+                break;
+        }
+        last = token.Kind;
+        lastText = token.Text;
+    }
+    return false;
+}
+
+}  // namespace quince

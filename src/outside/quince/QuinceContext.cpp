@@ -1,0 +1,78 @@
+// QuinceContext: the public face of the engine; each call forwards to the
+// Engine behind it.
+#include "outside/quince/QuinceContext.h"
+
+#include "outside/foundation/Files.h"
+#include "outside/foundation/Paths.h"
+#include "outside/quince/Engine.h"
+
+QuinceContext::QuinceContext(XmlProxyClient*) : EngineState(new quince::Engine(*this)) {}
+
+QuinceContext::~QuinceContext() {
+    // Procedures hold strings charged to the engine's memory account: they go first.
+    Procedures.DeleteAllProcedures();
+    delete EngineState;
+}
+
+void QuinceContext::SetIniDir(const NyxString& dir) { EngineState->IniDir = dir; }
+
+void QuinceContext::SetIniPath(const NyxString& path) {
+    EngineState->IniPath = path;
+    EngineState->ForgetConfig();
+}
+
+NyxString QuinceContext::GetIniPath() const { return EngineState->IniPath; }
+
+NyxString QuinceContext::GetExePath() const { return GetExecutablePath(); }
+
+void QuinceContext::SetOutput(NyxString* output) { EngineState->Target = output; }
+
+void QuinceContext::FlushOutput() { EngineState->FlushOutput(); }
+
+int QuinceContext::CompileScriptBuffer(const NyxString& text, const NyxString& file, unsigned line) {
+    return EngineState->CompileText(text.View(), file, line) ? 1 : 0;
+}
+
+int QuinceContext::CompileScriptFile(const NyxString& path) { return EngineState->CompileFile(path) ? 1 : 0; }
+
+int QuinceContext::ScriptBufferIsStructured(NyxString& text) { return quince::TextIsStructured(text.View()) ? 1 : 0; }
+
+// The old `main` goes first, so that a file that fails to compile leaves no
+// stale `main` behind to be run in its place.
+void QuinceContext::SetScriptFile(const NyxString& path, int) {
+    Procedures.DeleteProcedure("main");
+    EngineState->CompileFile(path);
+}
+
+int QuinceContext::RunProcedure(const NyxString& name, Stack* stack) {
+    return EngineState->RunForPage(name, stack) ? 1 : 0;
+}
+
+Variable* QuinceContext::GetVariable(const NyxString& name, enum_VarListType list) {
+    return EngineState->ListFor(list).Find(name.View());
+}
+
+int QuinceContext::FindVariable(const NyxString& name, enum_VarListType list) {
+    return EngineState->ListFor(list).FindNumber(name.View());
+}
+
+int QuinceContext::AddVariable(Variable* variable, enum_VarListType list) {
+    return EngineState->AddVariable(variable, list);
+}
+
+void QuinceContext::SetSessionId(unsigned id) { EngineState->SetSessionId(id); }
+
+bool QuinceContext::DoesSessionExist(unsigned id) { return EngineState->DoesSessionExist(id); }
+
+void QuinceContext::ExpireOldSessions(unsigned age) { EngineState->ExpireSessions(age); }
+
+bool QuinceContext::LoadFunctionModule(const NyxString& name, const NyxString& path, void** handle) {
+    return EngineState->LoadFunctionModule(name, path, handle);
+}
+
+int QuinceContext::RegisterFunction(const NyxString& name, QuinceNativeFunction function, unsigned minArguments,
+                                    unsigned maxArguments) {
+    return EngineState->RegisterFunction(name, function, minArguments, maxArguments);
+}
+
+void QuinceContext::ResetContext() { EngineState->Reset(); }

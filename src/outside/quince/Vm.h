@@ -1,0 +1,64 @@
+// Vm: runs compiled procedures. Frames live in one value stack reserved for
+// the context; a call from Quince to Quince pushes a frame without recursing
+// in C++, so only the call depth bounds the nesting.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "outside/quince/Procedure.h"
+#include "outside/quince/Value.h"
+#include "values/NyxString.h"
+
+namespace quince {
+
+class Engine;
+
+// A failure at run time: what, and where in the source.
+struct RuntimeError {
+    NyxString Message;
+    NyxString File;
+    unsigned Line = 0;
+};
+
+class Vm {
+public:
+    explicit Vm(Engine& engine);
+    ~Vm();
+    Vm(const Vm&) = delete;
+    Vm& operator=(const Vm&) = delete;
+
+    // Runs `procedure` with `count` arguments (taken over; Ref kinds allowed).
+    // Missing arguments get their parameter's default. On success `result`
+    // holds the returned value (None if the procedure returned none).
+    bool Run(Procedure* procedure, Value* arguments, unsigned count, Value& result, RuntimeError& error);
+
+    // Whether a run is in progress (a native function may run procedures again).
+    bool IsRunning() const { return !Frames.empty(); }
+
+private:
+    struct Frame {
+        Procedure* Proc;
+        const Instruction* Ip;  // next instruction
+        Value* Slots;           // the frame's first slot; arguments are the first slots
+    };
+
+    bool Execute(std::size_t baseFrame, Value& result, RuntimeError& error);
+    bool EnterProcedure(Procedure* procedure, Value* arguments, unsigned count, NyxString& message);
+    bool CheckBudget(NyxString& message);
+    void Unwind(std::size_t baseFrame, Value* top);
+
+    Engine& Owner;
+    Value* StackBase = nullptr;   // kValueStackSlots values, calloc'ed on first run
+    Value* StackEnd = nullptr;
+    Value* Top = nullptr;         // first free slot between runs
+    std::vector<Frame> Frames;
+
+    // Budget of the outermost run.
+    uint64_t StepsTaken = 0;
+    uint32_t StepsChunk = 0;      // steps between the last look and the next
+    uint32_t StepsToCheck = 0;    // counts down to the next look at steps and clock
+    int64_t Deadline = 0;         // monotonic milliseconds; 0: none
+};
+
+}  // namespace quince

@@ -1,0 +1,365 @@
+// VmOperations: the general forms of the VM's operations on values.
+#include "outside/quince/VmOperations.h"
+
+#include <cmath>
+#include <cstring>
+
+#include "outside/quince/VariableBridge.h"
+#include "values/VarString.h"
+#include "values/Variable.h"
+
+namespace quince {
+
+namespace {
+
+const char* kOutOfMemory = "out of memory for strings and arrays (QuinceConfig MaxMemory)";
+
+const char* OperatorText(Opcode op) {
+    switch (op) {
+        case Opcode::Add: return "+";
+        case Opcode::Subtract: return "-";
+        case Opcode::Multiply: return "*";
+        case Opcode::Divide: return "/";
+        case Opcode::Modulo: return "%";
+        default: return "?";
+    }
+}
+
+bool IsIntegral(Kind kind) { return kind == Kind::Bool || kind == Kind::Char || kind == Kind::Int; }
+
+// 32-bit arithmetic that wraps instead of overflowing.
+int32_t WrapAdd(int32_t a, int32_t b) { return static_cast<int32_t>(static_cast<uint32_t>(a) + static_cast<uint32_t>(b)); }
+int32_t WrapSubtract(int32_t a, int32_t b) { return static_cast<int32_t>(static_cast<uint32_t>(a) - static_cast<uint32_t>(b)); }
+int32_t WrapMultiply(int32_t a, int32_t b) { return static_cast<int32_t>(static_cast<uint32_t>(a) * static_cast<uint32_t>(b)); }
+
+bool IntegerArithmetic(Opcode op, int32_t a, int32_t b, int32_t& out, NyxString& error) {
+    switch (op) {
+        case Opcode::Add: out = WrapAdd(a, b); return true;
+        case Opcode::Subtract: out = WrapSubtract(a, b); return true;
+        case Opcode::Multiply: out = WrapMultiply(a, b); return true;
+        case Opcode::Divide:
+            if (b == 0) { error = "division by zero"; return false; }
+            out = b == -1 ? WrapSubtract(0, a) : a / b;
+            return true;
+        case Opcode::Modulo:
+            if (b == 0) { error = "division by zero"; return false; }
+            out = b == -1 ? 0 : a % b;
+            return true;
+        default: return false;
+    }
+}
+
+double DoubleArithmetic(Opcode op, double a, double b) {
+    switch (op) {
+        case Opcode::Add: return a + b;
+        case Opcode::Subtract: return a - b;
+        case Opcode::Multiply: return a * b;
+        case Opcode::Divide: return a / b;
+        default: return std::fmod(a, b);
+    }
+}
+
+bool JoinTexts(Value& left, const Value& right, MemoryAccount& memory, NyxString& error) {
+    NyxString scratch;
+    std::string_view tail;
+    if (right.kind == Kind::String) tail = StringView(right);
+    else { AppendText(scratch, right); tail = scratch.View(); }
+    if (left.kind == Kind::String) {
+        if (!AppendToString(left, tail.data(), tail.size())) { error = kOutOfMemory; return false; }
+        return true;
+    }
+    NyxString head;
+    AppendText(head, left);
+    StringObject* joined = NewString(memory, head.GetString(), head.GetSize());
+    Value result = joined != nullptr ? Value::MakeString(joined) : Value::MakeNone();
+    if (joined == nullptr || !AppendToString(result, tail.data(), tail.size())) {
+        Release(result);
+        error = kOutOfMemory;
+        return false;
+    }
+    Release(left);
+    left = result;
+    return true;
+}
+
+bool JoinArrays(Value& left, const Value& right, NyxString& error) {
+    if (!MakeArrayUnique(left)) { error = kOutOfMemory; return false; }
+    ArrayObject& target = *left.a;
+    const std::size_t count = right.a->Items.size();  // right may be left itself
+    if (!ArrayReserve(target, target.Items.size() + count)) { error = kOutOfMemory; return false; }
+    for (std::size_t i = 0; i < count; ++i) {
+        Value item = Copy(right.a->Items[i]);
+        if (target.Element != StaticType::Any && !ConvertTo(item, {target.Element, StaticType::Any}, *target.Account, error)) {
+            Release(item);
+            return false;
+        }
+        if (!ArrayPush(target, item)) { error = kOutOfMemory; return false; }
+    }
+    return true;
+}
+
+bool IndexPosition(const Value& index, std::size_t count, std::size_t& position, bool allowGrowth, NyxString& error) {
+    if (!index.IsNumber()) {
+        error.Printf("an index must be a number, not %s", KindName(index.kind));
+        return false;
+    }
+    const int32_t number = ToInt(index);
+    if (number < 0 || (!allowGrowth && static_cast<std::size_t>(number) >= count)) {
+        error.Printf("index %d out of range (count %u)", number, static_cast<unsigned>(count));
+        return false;
+    }
+    position = static_cast<std::size_t>(number);
+    return true;
+}
+
+}  // namespace
+
+bool Arithmetic(Opcode op, Value& left, const Value& right, MemoryAccount& memory, NyxString& error) {
+    if (op == Opcode::Add) {
+        if (left.kind == Kind::String || right.kind == Kind::String) return JoinTexts(left, right, memory, error);
+        if (left.kind == Kind::Array && right.kind == Kind::Array) return JoinArrays(left, right, error);
+    }
+    if (!left.IsNumber() || !right.IsNumber()) {
+        error.Printf("'%s' needs numbers, not %s and %s", OperatorText(op), KindName(left.kind), KindName(right.kind));
+        return false;
+    }
+    if (IsIntegral(left.kind) && IsIntegral(right.kind)) {
+        int32_t result = 0;
+        if (!IntegerArithmetic(op, ToInt(left), ToInt(right), result, error)) return false;
+        left = Value::MakeInt(result);
+        return true;
+    }
+    if (left.kind == Kind::Double || right.kind == Kind::Double) {
+        left = Value::MakeDouble(DoubleArithmetic(op, ToDouble(left), ToDouble(right)));
+        return true;
+    }
+    // A float with a float or an integer stays a float.
+    left = Value::MakeFloat(static_cast<float>(DoubleArithmetic(op, ToFloat(left), ToFloat(right))));
+    return true;
+}
+
+bool Negate(Value& value, NyxString& error) {
+    switch (value.kind) {
+        case Kind::Bool:
+        case Kind::Char:
+        case Kind::Int: value = Value::MakeInt(WrapSubtract(0, ToInt(value))); return true;
+        case Kind::Float: value.f = -value.f; return true;
+        case Kind::Double: value.d = -value.d; return true;
+        default:
+            error.Printf("'-' needs a number, not %s", KindName(value.kind));
+            return false;
+    }
+}
+
+bool CompareValues(Opcode op, const Value& left, const Value& right, bool& result, NyxString& error) {
+    if (op == Opcode::Equal || op == Opcode::NotEqual) {
+        result = ValuesEqual(left, right) == (op == Opcode::Equal);
+        return true;
+    }
+    int order = 0;
+    if (!Compare(left, right, order, error)) return false;
+    switch (op) {
+        case Opcode::Less: result = order == -1; break;
+        case Opcode::LessEqual: result = order == -1 || order == 0; break;
+        case Opcode::Greater: result = order == 1; break;
+        default: result = order == 1 || order == 0; break;
+    }
+    return true;
+}
+
+bool IndexValue(const Value& container, const Value& index, Value& out, NyxString& error) {
+    std::size_t position = 0;
+    switch (container.kind) {
+        case Kind::Array:
+            if (!IndexPosition(index, container.a->Items.size(), position, false, error)) return false;
+            out = Copy(container.a->Items[position]);
+            return true;
+        case Kind::String:
+            if (!IndexPosition(index, container.s->Length, position, false, error)) return false;
+            out = Value::MakeChar(container.s->Data[position]);
+            return true;
+        default:
+            error.Printf("cannot take an item of %s", KindName(container.kind));
+            return false;
+    }
+}
+
+bool SetItem(Value& container, const Value& index, Value item, MemoryAccount& memory, NyxString& error) {
+    std::size_t position = 0;
+    if (container.kind == Kind::String) {
+        if (!IndexPosition(index, container.s->Length, position, false, error)) { Release(item); return false; }
+        if (item.kind == Kind::Array) {
+            Release(item);
+            error = "cannot store an array in a string";
+            return false;
+        }
+        if (!MakeStringUnique(container)) { Release(item); error = kOutOfMemory; return false; }
+        container.s->Data[position] = ToChar(item);
+        Release(item);
+        return true;
+    }
+    if (container.kind != Kind::Array) {
+        Release(item);
+        error.Printf("cannot set an item of %s", KindName(container.kind));
+        return false;
+    }
+    if (!IndexPosition(index, container.a->Items.size(), position, true, error)) { Release(item); return false; }
+    if (!MakeArrayUnique(container)) { Release(item); error = kOutOfMemory; return false; }
+    ArrayObject& array = *container.a;
+    const DeclaredType element{array.Element, StaticType::Any};
+    if (array.Element != StaticType::Any && !ConvertTo(item, element, memory, error)) { Release(item); return false; }
+    if (!ArrayAdmits(array, item)) {
+        Release(item);
+        error.Printf("arrays nested deeper than %u levels", kMaxArrayNesting);
+        return false;
+    }
+    if (position >= array.Items.size()) {
+        // Growing by assignment: the items in between get the element type's default.
+        if (!ArrayReserve(array, position + 1)) { Release(item); error = kOutOfMemory; return false; }
+        while (array.Items.size() < position) {
+            Value filler = Value::MakeNone();
+            if (!DefaultValue(element, memory, filler)) { Release(item); error = kOutOfMemory; return false; }
+            array.Items.push_back(filler);
+        }
+        array.Items.push_back(item);
+        return true;
+    }
+    Release(array.Items[position]);
+    array.Items[position] = item;
+    return true;
+}
+
+bool SetItemOfVariable(Variable* variable, const Value& index, const Value& item, MemoryAccount& memory,
+                       NyxString& error) {
+    std::size_t position = 0;
+    if (variable->IsArray()) {
+        if (!IndexPosition(index, variable->GetElementCount(), position, true, error)) return false;
+        if (position >= variable->GetElementCount()) {
+            variable->SetArraySize(static_cast<unsigned>(position + 1));
+            if (position >= variable->GetElementCount()) { error = kOutOfMemory; return false; }
+        }
+        Variable* element = variable->GetArrayElement(static_cast<unsigned>(position));
+        if (element == nullptr) { error = "the array has no element there"; return false; }
+        return StoreIntoVariable(element, item, error);
+    }
+    if (variable->GetTypeId() == Variable::TypeString) {
+        if (!IndexPosition(index, variable->GetLength(), position, false, error)) return false;
+        NyxString text(variable->GetStringValue(), variable->GetLength());
+        std::string changed = text.ToStd();
+        changed[position] = ToChar(item);
+        variable->SetStringValue(changed.data(), static_cast<unsigned>(changed.size()));
+        return true;
+    }
+    const NyxString name = variable->GetVarName();
+    error.Printf("cannot set an item of '%S', which is neither an array nor a string", &name);
+    (void)memory;
+    return false;
+}
+
+bool IndexVariable(Variable* variable, const Value& index, MemoryAccount& memory, Value& out, NyxString& error) {
+    std::size_t position = 0;
+    if (variable->IsArray()) {
+        if (!IndexPosition(index, variable->GetElementCount(), position, false, error)) return false;
+        Variable* element = variable->GetArrayElement(static_cast<unsigned>(position));
+        if (element == nullptr) { error = "the array has no element there"; return false; }
+        return ValueFromVariable(element, memory, out, error);
+    }
+    if (variable->GetTypeId() == Variable::TypeString) {
+        if (!IndexPosition(index, variable->GetLength(), position, false, error)) return false;
+        out = Value::MakeChar(variable->GetStringValue()[position]);
+        return true;
+    }
+    Value whole = Value::MakeNone();
+    if (!ValueFromVariable(variable, memory, whole, error)) return false;
+    const bool ok = IndexValue(whole, index, out, error);
+    Release(whole);
+    return ok;
+}
+
+bool AppendValue(Value& target, Value item, DeclaredType type, MemoryAccount& memory, NyxString& error) {
+    if (target.kind == Kind::Int && item.kind == Kind::Int) {
+        target.i = WrapAdd(target.i, item.i);
+        return true;
+    }
+    if (target.kind == Kind::String) {
+        bool ok = true;
+        if (item.kind == Kind::String) {
+            ok = AppendToString(target, item.s->Data, item.s->Length);
+        } else {
+            NyxString text;
+            AppendText(text, item);
+            ok = AppendToString(target, text.GetString(), text.GetSize());
+        }
+        Release(item);
+        if (!ok) error = kOutOfMemory;
+        return ok;
+    }
+    if (target.kind == Kind::None) {
+        Release(item);
+        error = "the variable has no value yet";
+        return false;
+    }
+    Value sum = Copy(target);
+    const bool ok = Arithmetic(Opcode::Add, sum, item, memory, error) && ConvertTo(sum, type, memory, error);
+    Release(item);
+    if (!ok) {
+        Release(sum);
+        return false;
+    }
+    Release(target);
+    target = sum;
+    return true;
+}
+
+bool AppendToVariable(Variable* variable, Value item, MemoryAccount& memory, NyxString& error) {
+    Variable* origin = variable->Dereference() != nullptr ? variable->Dereference() : variable;
+    if (auto* text = dynamic_cast<VarString*>(origin)) {
+        if (item.kind == Kind::String) {
+            text->AppendString(item.s->Data, item.s->Length);
+        } else {
+            NyxString scratch;
+            AppendText(scratch, item);
+            text->AppendString(scratch.GetString(), scratch.GetSize());
+        }
+        Release(item);
+        return true;
+    }
+    Value current = Value::MakeNone();
+    if (!ValueFromVariable(variable, memory, current, error)) {
+        Release(item);
+        return false;
+    }
+    const bool ok = Arithmetic(Opcode::Add, current, item, memory, error) && StoreIntoVariable(variable, current, error);
+    Release(item);
+    Release(current);
+    return ok;
+}
+
+bool ReadReference(const Value& reference, MemoryAccount& memory, Value& out, NyxString& error) {
+    if (reference.kind == Kind::RefSlot) {
+        out = Copy(*reference.slot);
+        return true;
+    }
+    if (reference.kind == Kind::RefVariable || reference.kind == Kind::BoundVariable) {
+        return ValueFromVariable(reference.var, memory, out, error);
+    }
+    out = Copy(reference);
+    return true;
+}
+
+bool WriteReference(const Value& reference, Value value, MemoryAccount& memory, NyxString& error) {
+    if (reference.kind == Kind::RefSlot) {
+        if (!ConvertTo(value, DeclaredType{reference.refBase, reference.refElement}, memory, error)) {
+            Release(value);
+            return false;
+        }
+        Release(*reference.slot);
+        *reference.slot = value;
+        return true;
+    }
+    const bool ok = StoreIntoVariable(reference.var, value, error);
+    Release(value);
+    return ok;
+}
+
+}  // namespace quince

@@ -1,0 +1,45 @@
+// VmOperations: what the VM's instructions do beyond their fast paths:
+// arithmetic and comparison of mixed types, items of arrays and strings,
+// appends, and reading and writing through references.
+#pragma once
+
+#include "outside/quince/Opcodes.h"
+#include "outside/quince/Value.h"
+#include "values/NyxString.h"
+
+class Variable;
+
+namespace quince {
+
+// left = left OP right for Add, Subtract, Multiply, Divide, Modulo. `left` is
+// owned by the caller and replaced; `right` is only read.
+bool Arithmetic(Opcode op, Value& left, const Value& right, MemoryAccount& memory, NyxString& error);
+bool Negate(Value& value, NyxString& error);
+// The outcome of Equal .. GreaterEqual.
+bool CompareValues(Opcode op, const Value& left, const Value& right, bool& result, NyxString& error);
+
+// container[index] into `out` (a new value): an array's item, a string's char.
+bool IndexValue(const Value& container, const Value& index, Value& out, NyxString& error);
+// container[index] = item. An array grows when the index is at or past its end;
+// a string does not. `item` is taken over.
+bool SetItem(Value& container, const Value& index, Value item, MemoryAccount& memory, NyxString& error);
+// The same on a Variable of the page: an array's element or a string's char.
+bool SetItemOfVariable(Variable* variable, const Value& index, const Value& item, MemoryAccount& memory,
+                       NyxString& error);
+// An item of a page variable, read without converting the whole array.
+bool IndexVariable(Variable* variable, const Value& index, MemoryAccount& memory, Value& out, NyxString& error);
+
+// target = target + item, converted to `type`; a string or array target grows
+// in place. `item` is taken over.
+bool AppendValue(Value& target, Value item, DeclaredType type, MemoryAccount& memory, NyxString& error);
+// The same on a Variable: a string variable grows in place.
+bool AppendToVariable(Variable* variable, Value item, MemoryAccount& memory, NyxString& error);
+
+// The value behind a reference kind (RefSlot, RefVariable, BoundVariable).
+bool ReadReference(const Value& reference, MemoryAccount& memory, Value& out, NyxString& error);
+// Stores through a reference; `value` is taken over. A slot keeps its
+// declared type, a variable its own.
+bool WriteReference(const Value& reference, Value value, MemoryAccount& memory, NyxString& error);
+inline bool IsReference(Kind kind) { return kind >= Kind::RefSlot; }
+
+}  // namespace quince
