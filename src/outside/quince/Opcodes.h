@@ -17,7 +17,10 @@ namespace quince {
     X(MakeArray, "v1 .. vN -- array", "A: N; B: element type")                                               \
     /* Locals and parameters (slots of the frame) */                                                         \
     X(LoadLocal, "-- v", "A: slot")                                                                          \
+    X(LoadLocalScalar, "-- v", "A: slot of a declared number, bool or char (no reference count)")           \
+    X(LoadLocalPair, "-- v w", "A: slot of v; B: slot of w; both declared numbers, bools or chars")          \
     X(StoreLocal, "v --", "A: slot; B: declared type, converted unless Any")                                 \
+    X(StoreLocalScalar, "v --", "A: slot, declared and set before; v is known to be of its scalar type")     \
     X(LoadArg, "-- v", "A: slot; B: declared type; follows a reference")                                     \
     X(StoreArg, "v --", "A: slot; B: declared type; writes through a reference")                             \
     X(TakeLocal, "-- v", "A: slot; the value moves out of the slot (for functions that change an argument)") \

@@ -225,7 +225,7 @@ void Parser::ParseDeclaration() {
         // Declared after its value, so that `int x = x` reads the x outside.
         unsigned slot = 0;
         if (!DeclareLocal(name, type, slot)) return;
-        EmitStoreLocal(slot, type, value.Type);
+        EmitStoreLocal(slot, type, value.Type, true);
     } while (Match(TokenKind::Comma));
 }
 
@@ -300,6 +300,7 @@ void Parser::ParseWhile() {
     const unsigned line = Current.Line;
     Advance();
     const std::size_t start = CodeSize();
+    MarkJumpTarget();
     ParseExpression();
     const std::size_t exit = EmitJump(Opcode::JumpIfFalse);
     Function->Loops.push_back(LoopState{{}, {}, Function->ScopeDepth});
@@ -342,7 +343,7 @@ void Parser::ParseFor() {
         EndScope();
         return;
     }
-    EmitStoreLocal(counter, DeclaredType{counterType, StaticType::Any}, start.Type);
+    EmitStoreLocal(counter, DeclaredType{counterType, StaticType::Any}, start.Type, true);
     const unsigned limitSlot = AddHiddenSlot();
     const unsigned stepSlot = AddHiddenSlot();
     Expect(TokenKind::To, "'to' in 'for'");
@@ -359,11 +360,13 @@ void Parser::ParseFor() {
     const bool allInts = counterType == StaticType::Int && limit.Type == StaticType::Int && step.Type == StaticType::Int;
     const std::size_t prepare = Emit(allInts ? Opcode::ForPrepInt : Opcode::ForPrep, 0, static_cast<uint16_t>(counter));
     const std::size_t body = CodeSize();
+    MarkJumpTarget();
     Function->Loops.push_back(LoopState{{}, {}, Function->ScopeDepth});
     ParseBlock();
     LoopState loop = std::move(Function->Loops.back());
     Function->Loops.pop_back();
     for (std::size_t jump : loop.ContinueJumps) PatchJump(jump);
+    MarkJumpTarget();
     const std::size_t next = Emit(allInts ? Opcode::ForNextInt : Opcode::ForNext, 0, static_cast<uint16_t>(counter));
     PatchJumpTo(next, body);
     PatchJump(prepare);
@@ -476,7 +479,7 @@ void Parser::ParseAssignment(const ResolvedName& target, std::string_view name) 
     Advance();
     if (op == TokenKind::Assign) {
         const ExprInfo value = ParseExpression();
-        if (target.Kind == NameKind::Local) EmitStoreLocal(target.Slot, target.Type, value.Type);
+        if (target.Kind == NameKind::Local) EmitStoreLocal(target.Slot, target.Type, value.Type, false);
         else EmitStore(target);
         return;
     }
@@ -494,7 +497,7 @@ void Parser::ParseAssignment(const ResolvedName& target, std::string_view name) 
     const ExprInfo left{target.Kind == NameKind::Context ? StaticType::Any : target.Type.Base};
     const ExprInfo right = ParseExpression();
     const ExprInfo result = EmitBinary(OperatorOf(op), left, right, line);
-    if (target.Kind == NameKind::Local) EmitStoreLocal(target.Slot, target.Type, result.Type);
+    if (target.Kind == NameKind::Local) EmitStoreLocal(target.Slot, target.Type, result.Type, false);
     else EmitStore(target);
 }
 

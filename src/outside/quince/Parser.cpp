@@ -153,11 +153,12 @@ bool Parser::EnterNesting() {
 static int StackEffect(Opcode op, int32_t a, uint16_t b) {
     switch (op) {
         case Opcode::Constant: case Opcode::PushInt: case Opcode::PushBool:
-        case Opcode::LoadLocal: case Opcode::LoadArg: case Opcode::TakeLocal: case Opcode::TakeArg:
+        case Opcode::LoadLocal: case Opcode::LoadLocalScalar: case Opcode::LoadArg: case Opcode::TakeLocal: case Opcode::TakeArg:
         case Opcode::RefLocal: case Opcode::RefArg: case Opcode::LoadName: case Opcode::TakeName:
         case Opcode::RefName: case Opcode::IsSet:
             return 1;
-        case Opcode::Pop: case Opcode::StoreLocal: case Opcode::StoreArg: case Opcode::StoreName:
+        case Opcode::LoadLocalPair: return 2;
+        case Opcode::Pop: case Opcode::StoreLocal: case Opcode::StoreLocalScalar: case Opcode::StoreArg: case Opcode::StoreName:
         case Opcode::DeclareGlobal: case Opcode::DeclareSession: case Opcode::JumpIfFalse:
         case Opcode::AppendLocal: case Opcode::AppendArg: case Opcode::AppendName:
         case Opcode::ReturnValue: case Opcode::Print:
@@ -187,13 +188,27 @@ std::size_t Parser::Emit(Opcode op, int32_t a, uint16_t b) {
     procedure.Code.push_back(Instruction{op, b, a});
     procedure.Lines.push_back(Previous.Line != 0 ? Previous.Line : Current.Line);
     Function->StackDepth += StackEffect(op, a, b);
+    // Two scalar loads in a row become one instruction, unless a jump lands between them.
+    if (op == Opcode::LoadLocalScalar && procedure.Code.size() >= 2 && procedure.Code.size() - 1 > Function->LastJumpTarget) {
+        Instruction& previous = procedure.Code[procedure.Code.size() - 2];
+        if (previous.Op == Opcode::LoadLocalScalar && a <= 0xFFFF) {
+            previous = Instruction{Opcode::LoadLocalPair, static_cast<uint16_t>(a), previous.A};
+            procedure.Code.pop_back();
+            procedure.Lines.pop_back();
+        }
+    }
     if (Function->StackDepth > static_cast<int>(procedure.MaxStack)) procedure.MaxStack = Function->StackDepth;
     return procedure.Code.size() - 1;
 }
 
 std::size_t Parser::EmitJump(Opcode op) { return Emit(op, 0); }
 
-void Parser::PatchJump(std::size_t at) { PatchJumpTo(at, CodeSize()); }
+void Parser::PatchJump(std::size_t at) {
+    PatchJumpTo(at, CodeSize());
+    MarkJumpTarget();
+}
+
+void Parser::MarkJumpTarget() { Function->LastJumpTarget = CodeSize(); }
 
 void Parser::PatchJumpTo(std::size_t at, std::size_t target) {
     Function->Proc->Code[at].A = static_cast<int32_t>(target) - static_cast<int32_t>(at + 1);
@@ -339,15 +354,28 @@ bool Parser::IsSlotName(std::string_view name) const {
     return false;
 }
 
+static bool IsScalar(StaticType type) {
+    return type == StaticType::Int || type == StaticType::Double || type == StaticType::Float ||
+           type == StaticType::Bool || type == StaticType::Char;
+}
+
 void Parser::EmitLoad(const ResolvedName& name) {
     switch (name.Kind) {
-        case NameKind::Local: Emit(Opcode::LoadLocal, static_cast<int32_t>(name.Slot)); break;
+        case NameKind::Local:
+            Emit(IsScalar(name.Type.Base) ? Opcode::LoadLocalScalar : Opcode::LoadLocal, static_cast<int32_t>(name.Slot));
+            break;
         case NameKind::Argument: Emit(Opcode::LoadArg, static_cast<int32_t>(name.Slot), name.Type.Pack()); break;
         case NameKind::Context: Emit(Opcode::LoadName, static_cast<int32_t>(name.Site)); break;
     }
 }
 
-void Parser::EmitStoreLocal(unsigned slot, DeclaredType type, StaticType valueType) {
+void Parser::EmitStoreLocal(unsigned slot, DeclaredType type, StaticType valueType, bool initializes) {
+    // A scalar slot that holds its value already needs neither a conversion
+    // nor a release of the old value.
+    if (!initializes && IsScalar(type.Base) && valueType == type.Base) {
+        Emit(Opcode::StoreLocalScalar, static_cast<int32_t>(slot));
+        return;
+    }
     // A value the compiler knows to be of the slot's type needs no conversion.
     const bool needsNoConversion = type.Base == StaticType::Any ||
                                    (type.Base == valueType && type.Base != StaticType::Array);

@@ -80,6 +80,7 @@ private:
         unsigned ScopeDepth = 0;
         unsigned NextSlot = 0;
         int StackDepth = 0;
+        std::size_t LastJumpTarget = 0;  // the latest code position a jump lands on
         std::vector<LoopState> Loops;
         bool IsInitializer = false;
     };
@@ -122,7 +123,8 @@ private:
     void EmitStore(const ResolvedName& name);
     void EmitTake(const ResolvedName& name);
     void EmitReference(const ResolvedName& name);
-    void EmitStoreLocal(unsigned slot, DeclaredType type, StaticType valueType);
+    void EmitStoreLocal(unsigned slot, DeclaredType type, StaticType valueType, bool initializes);
+    void MarkJumpTarget();
     const Signature* FindSignature(std::string_view name) const;
     void Prescan();
     void BeginFunction(FunctionState& state, Procedure* procedure);

@@ -108,6 +108,7 @@ struct Value {
         ForeignObject* o;
         Value* slot;
         Variable* var;
+        uint64_t bits;  // the whole payload, for copies that stay one 8-byte word
     };
 
     static Value MakeNone() { Value v; v.kind = Kind::None; v.refBase = StaticType::Any; v.refElement = StaticType::Any; v.d = 0; return v; }

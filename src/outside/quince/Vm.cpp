@@ -2,6 +2,13 @@
 // kinds inline here; the general forms are in VmOperations.cpp.
 #include "outside/quince/Vm.h"
 
+// GCC would merge the dispatch jumps of all instructions into one, and one
+// indirect jump shared by every instruction is predicted badly; each
+// instruction keeps its own with these two passes off.
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC optimize("no-crossjumping", "no-gcse", "no-tree-slp-vectorize")
+#endif
+
 #include <cstdlib>
 #include <ctime>
 
@@ -23,6 +30,19 @@ int64_t MonotonicMilliseconds() {
     timespec now{};
     clock_gettime(CLOCK_MONOTONIC, &now);
     return static_cast<int64_t>(now.tv_sec) * 1000 + now.tv_nsec / 1000000;
+}
+
+// The VM's hot paths move a scalar as its kind byte and its 8-byte payload,
+// and write an int result as the whole payload: loads then always meet a
+// store of their own size, which the processor forwards without a stall.
+inline void MoveScalar(Value& to, const Value& from) {
+    to.kind = from.kind;
+    to.bits = from.bits;
+}
+inline void SetInt(Value& value, int32_t number) { value.bits = static_cast<uint32_t>(number); }
+inline void SetBool(Value& value, bool truth) {
+    value.kind = Kind::Bool;
+    value.bits = truth ? 1 : 0;
 }
 
 int32_t WrapAdd(int32_t a, int32_t b) { return static_cast<int32_t>(static_cast<uint32_t>(a) + static_cast<uint32_t>(b)); }
@@ -241,7 +261,8 @@ op_Constant:
     Retain(*sp++);
     NEXT();
 op_PushInt:
-    *sp++ = Value::MakeInt(in.A);
+    sp->kind = Kind::Int;
+    SetInt(*sp++, in.A);
     NEXT();
 op_PushBool:
     *sp++ = Value::MakeBool(in.A != 0);
@@ -282,6 +303,17 @@ op_MakeArray: {
 op_LoadLocal:
     *sp = slots[in.A];
     Retain(*sp++);
+    NEXT();
+op_LoadLocalScalar:
+    MoveScalar(*sp++, slots[in.A]);
+    NEXT();
+op_LoadLocalPair:
+    MoveScalar(sp[0], slots[in.A]);
+    MoveScalar(sp[1], slots[in.B]);
+    sp += 2;
+    NEXT();
+op_StoreLocalScalar:
+    MoveScalar(slots[in.A], *--sp);
     NEXT();
 op_StoreLocal: {
     Value value = *--sp;
@@ -464,9 +496,9 @@ op_Modulo: {
     Value& left = sp[-2];
     Value& right = sp[-1];
     if (left.kind == Kind::Int && right.kind == Kind::Int && in.Op != Opcode::Divide && in.Op != Opcode::Modulo) {
-        left.i = in.Op == Opcode::Add        ? WrapAdd(left.i, right.i)
-                 : in.Op == Opcode::Subtract ? WrapSubtract(left.i, right.i)
-                                             : WrapMultiply(left.i, right.i);
+        SetInt(left, in.Op == Opcode::Add        ? WrapAdd(left.i, right.i)
+                     : in.Op == Opcode::Subtract ? WrapSubtract(left.i, right.i)
+                                                 : WrapMultiply(left.i, right.i));
         --sp;
         NEXT();
     }
@@ -477,39 +509,39 @@ op_Modulo: {
     NEXT();
 }
 op_AddInt:
-    sp[-2].i = WrapAdd(sp[-2].i, sp[-1].i);
+    SetInt(sp[-2], WrapAdd(sp[-2].i, sp[-1].i));
     --sp;
     NEXT();
 op_SubtractInt:
-    sp[-2].i = WrapSubtract(sp[-2].i, sp[-1].i);
+    SetInt(sp[-2], WrapSubtract(sp[-2].i, sp[-1].i));
     --sp;
     NEXT();
 op_MultiplyInt:
-    sp[-2].i = WrapMultiply(sp[-2].i, sp[-1].i);
+    SetInt(sp[-2], WrapMultiply(sp[-2].i, sp[-1].i));
     --sp;
     NEXT();
 op_DivideInt:
 op_ModuloInt: {
     const int32_t divisor = sp[-1].i;
     if (divisor == 0) FAIL("division by zero");
-    int32_t& dividend = sp[-2].i;
-    if (divisor == -1) dividend = in.Op == Opcode::DivideInt ? WrapSubtract(0, dividend) : 0;
-    else dividend = in.Op == Opcode::DivideInt ? dividend / divisor : dividend % divisor;
+    const int32_t dividend = sp[-2].i;
+    if (divisor == -1) SetInt(sp[-2], in.Op == Opcode::DivideInt ? WrapSubtract(0, dividend) : 0);
+    else SetInt(sp[-2], in.Op == Opcode::DivideInt ? dividend / divisor : dividend % divisor);
     --sp;
     NEXT();
 }
 op_AddIntConstant:
-    sp[-1].i = WrapAdd(sp[-1].i, in.A);
+    SetInt(sp[-1], WrapAdd(sp[-1].i, in.A));
     NEXT();
 op_MultiplyIntConstant:
-    sp[-1].i = WrapMultiply(sp[-1].i, in.A);
+    SetInt(sp[-1], WrapMultiply(sp[-1].i, in.A));
     NEXT();
 op_ModuloIntConstant:
-    sp[-1].i = in.A == -1 ? 0 : sp[-1].i % in.A;
+    SetInt(sp[-1], in.A == -1 ? 0 : sp[-1].i % in.A);
     NEXT();
 op_Negate:
     if (sp[-1].kind == Kind::Int) {
-        sp[-1].i = WrapSubtract(0, sp[-1].i);
+        SetInt(sp[-1], WrapSubtract(0, sp[-1].i));
         NEXT();
     }
     if (!Negate(sp[-1], message)) goto failure;
@@ -554,27 +586,27 @@ op_GreaterEqual: {
     NEXT();
 }
 op_EqualInt:
-    sp[-2] = Value::MakeBool(sp[-2].i == sp[-1].i);
+    SetBool(sp[-2], sp[-2].i == sp[-1].i);
     --sp;
     NEXT();
 op_NotEqualInt:
-    sp[-2] = Value::MakeBool(sp[-2].i != sp[-1].i);
+    SetBool(sp[-2], sp[-2].i != sp[-1].i);
     --sp;
     NEXT();
 op_LessInt:
-    sp[-2] = Value::MakeBool(sp[-2].i < sp[-1].i);
+    SetBool(sp[-2], sp[-2].i < sp[-1].i);
     --sp;
     NEXT();
 op_LessEqualInt:
-    sp[-2] = Value::MakeBool(sp[-2].i <= sp[-1].i);
+    SetBool(sp[-2], sp[-2].i <= sp[-1].i);
     --sp;
     NEXT();
 op_GreaterInt:
-    sp[-2] = Value::MakeBool(sp[-2].i > sp[-1].i);
+    SetBool(sp[-2], sp[-2].i > sp[-1].i);
     --sp;
     NEXT();
 op_GreaterEqualInt:
-    sp[-2] = Value::MakeBool(sp[-2].i >= sp[-1].i);
+    SetBool(sp[-2], sp[-2].i >= sp[-1].i);
     --sp;
     NEXT();
 
@@ -626,7 +658,7 @@ op_AppendLocal: {
     Value item = *--sp;
     Value& target = slots[in.A];
     if (target.kind == Kind::Int && item.kind == Kind::Int) {
-        target.i = WrapAdd(target.i, item.i);
+        SetInt(target, WrapAdd(target.i, item.i));
         NEXT();
     }
     if (!AppendValue(target, item, DeclaredType::Unpack(in.B), memory, message)) goto failure;
@@ -725,7 +757,7 @@ op_ForNextInt: {
     const int32_t step = counter[2].i;
     const int64_t next = int64_t{counter[0].i} + step;
     if (step > 0 ? next <= counter[1].i : next >= counter[1].i) {
-        counter[0].i = static_cast<int32_t>(next);
+        SetInt(counter[0], static_cast<int32_t>(next));
         ip += in.A;
     }
     NEXT();
