@@ -15,20 +15,19 @@ vexl_prepare_site() {
     local repo=$1 work=$2
     rm -rf "$work/site"
     cp -R "$repo/examples/site" "$work/site"
-    python3 - "$work/site/translations.sql" "$work/site/translations.db" <<'PY'
-import sqlite3, sys
-sql, db = sys.argv[1], sys.argv[2]
-connection = sqlite3.connect(db)
-connection.executescript(open(sql, encoding="utf-8").read())
-connection.commit()
-connection.close()
-PY
+    sh "$work/site/make-translations.sh" "$work/site/translations.db" > /dev/null
     # The copy's configuration keeps sessions in the scratch folder.
     python3 - "$work/site/vexl.ini" "$work/sessions.db" <<'PY'
 import re, sys
 path, store = sys.argv[1], sys.argv[2]
 text = open(path, encoding="utf-8").read()
-text = re.sub(r"(?m)^SessionStore\s*=.*$", "SessionStore = " + store, text)
+line = "SessionStore = " + store
+if re.search(r"(?m)^SessionStore\s*=", text):
+    text = re.sub(r"(?m)^SessionStore\s*=.*$", line, text)
+elif re.search(r"(?mi)^\[QuinceConfig\]\s*$", text):
+    text = re.sub(r"(?mi)^\[QuinceConfig\]\s*$", "[QuinceConfig]\n" + line, text, count=1)
+else:
+    text += "\n[QuinceConfig]\n" + line + "\n"
 open(path, "w", encoding="utf-8").write(text)
 PY
 }
