@@ -34,6 +34,10 @@ using Clock = std::chrono::steady_clock;
 
 constexpr int kListenBacklog = 64;
 constexpr std::size_t kReadChunkBytes = 16 * 1024;
+// After an early answer, what the client still sends is read and dropped for
+// this long and up to this much, so that the answer is not lost to a reset.
+constexpr int kLingerMilliseconds = 2000;
+constexpr std::size_t kMaxLingerBytes = 8 * 1024 * 1024;
 
 std::atomic<int> OpenConnections{0};
 // Pages run one at a time: a page changes the working folder and the
@@ -289,6 +293,27 @@ void SendErrorAndClose(int socket, int status, const char* message, const std::s
     LogRequest(method.empty() ? "-" : method, path.empty() ? "-" : path, status, response.Body.size(), start);
 }
 
+// Closes a connection so that an answer sent before the request was read
+// whole still reaches the client: stop writing, then read and drop what the
+// client is still sending, within a bound, before the socket goes away.
+void CloseGently(int socket)
+{
+    shutdown(socket, SHUT_WR);
+    Clock::time_point deadline = Clock::now() + std::chrono::milliseconds(kLingerMilliseconds);
+    char chunk[kReadChunkBytes];
+    std::size_t dropped = 0;
+    while (dropped < kMaxLingerBytes) {
+        int left = MillisecondsLeft(deadline);
+        if (left == 0 || !WaitForDescriptor(socket, false, left))
+            break;
+        ssize_t got = recv(socket, chunk, sizeof chunk, 0);
+        if (got <= 0)
+            break;
+        dropped += static_cast<std::size_t>(got);
+    }
+    close(socket);
+}
+
 bool WantsKeepAlive(const HttpRequestHead& head)
 {
     std::string connection = GetHeaderField(head, "connection");
@@ -406,7 +431,7 @@ int RunDevelopmentServer(const ServerConfig& config)
         ++OpenConnections;
         std::thread([&config, root, connection, peer, port]() {
             ServeConnection(config, root, connection, peer, port);
-            close(connection);
+            CloseGently(connection);
             --OpenConnections;
         }).detach();
     }
