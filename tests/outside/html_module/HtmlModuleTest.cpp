@@ -195,4 +195,34 @@ TEST_F(HtmlModuleTest, AProcedureReadsThePageAndMovesThePosition) {
     EXPECT_EQ(position.GetIntegerValue(), 6);
 }
 
+TEST_F(HtmlModuleTest, AProcedureConsumesItsBodyAndEndTag) {
+    NyxString output;
+    Context.SetOutput(&output);
+    const NyxString script(
+        "proc box(page, pos)\n"
+        "  print \"<div class=\\\"box\\\" title=\\\"\", html_param(page, pos, \"title\"), \"\\\">\"\n"
+        "  int i = pos + 1\n"
+        "  int n = html_count(page)\n"
+        "  while i < n\n"
+        "    if html_isend(page, i) && html_label(page, i) == html_label(page, pos)\n"
+        "      break\n"
+        "    endif\n"
+        "    print html_output(page, i)\n"
+        "    i = i + 1\n"
+        "  endwhile\n"
+        "  print \"</div>\"\n"
+        "  pos = i          // the end tag is consumed too\n"
+        "endproc\n");
+    ASSERT_NE(Context.CompileScriptBuffer(script, "box.qnc", 1), 0) << output.ToStd();
+    VarInteger position;
+    position.SetIntegerValue(4);
+    Stack stack;
+    stack.PushVariable(Page->Duplicate());
+    stack.PushVariable(position.Duplicate());
+    EXPECT_NE(Context.RunProcedure("box", &stack), 0);
+    Context.FlushOutput();
+    EXPECT_EQ(output.ToStd(), "<div class=\"box\" title=\"a b\">body\n</div>");
+    EXPECT_EQ(position.GetIntegerValue(), 6);
+}
+
 }  // namespace
