@@ -8,7 +8,8 @@
 # Usage: bench/load/run.sh [BUILD_DIR]   (default: ./build; or $VEXL_BUILD_DIR)
 #   VEXL_LOAD_CONNECTIONS (default 50), VEXL_LOAD_SECONDS (default 30),
 #   VEXL_LOAD_THREADS (wrk threads, default 2), VEXL_LOAD_PROCS (vexl fcgi
-#   processes, default 2), VEXL_LOAD_PAGE (default /, the start page).
+#   processes, default 2), VEXL_LOAD_PAGE (default /, the start page),
+#   VEXL_LOAD_FRONTEND (fcgi, the default, or cgi: one vexl process per request).
 set -euo pipefail
 
 repo=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
@@ -18,6 +19,7 @@ seconds=${VEXL_LOAD_SECONDS:-30}
 threads=${VEXL_LOAD_THREADS:-2}
 procs=${VEXL_LOAD_PROCS:-2}
 page=${VEXL_LOAD_PAGE:-/}
+frontend=${VEXL_LOAD_FRONTEND:-fcgi}
 source "$repo/scripts/e2e/site-server.sh"
 
 for tool in lighttpd python3 curl; do
@@ -40,7 +42,11 @@ while [ "$fcgi_port" = "$cgi_port" ]; do fcgi_port=$(vexl_free_port); done
 vexl_write_lighttpd_conf "$vexl" "$work" "$cgi_port" "$fcgi_port"
 sed -i "s/\"max-procs\" => [0-9]*/\"max-procs\" => $procs/" "$work/lighttpd.conf"
 vexl_start_lighttpd "$work"
-url="http://127.0.0.1:$fcgi_port$page"
+if [ "$frontend" = cgi ]; then
+    url="http://127.0.0.1:$cgi_port$page"
+else
+    url="http://127.0.0.1:$fcgi_port$page"
+fi
 
 # The page must answer 200 before it is measured.
 status=$(curl -s -o "$work/first.html" -w '%{http_code}' "$url")
@@ -49,14 +55,15 @@ if [ "$status" != 200 ]; then
     head -c 2000 "$work/first.html" >&2
     exit 1
 fi
-echo "load: $url ($(wc -c < "$work/first.html") bytes), $connections connections, ${seconds}s, $procs vexl fcgi processes"
+echo "load: $url ($(wc -c < "$work/first.html") bytes) through vexl $frontend, $connections connections, ${seconds}s" \
+    "$([ "$frontend" = fcgi ] && echo ", $procs vexl fcgi processes")"
 
 if command -v wrk > /dev/null; then
     # Count non-2xx answers too: wrk reports them only in its summary.
     wrk -t "$threads" -c "$connections" -d "${seconds}s" --latency --timeout 10s "$url" | tee "$work/wrk.txt"
     rps=$(awk '/^Requests\/sec:/ { print $2 }' "$work/wrk.txt")
     non2xx=$(awk '/Non-2xx or 3xx responses:/ { print $5 }' "$work/wrk.txt")
-    socket_errors=$(awk -F'[ ,]+' '/Socket errors:/ { print $4 + $6 + $8 + $10 }' "$work/wrk.txt")
+    socket_errors=$(awk '/Socket errors:/ { gsub(",", ""); print $4 + $6 + $8 + $10 }' "$work/wrk.txt")
     total=$(awk '/requests in/ { print $1 }' "$work/wrk.txt")
     echo "load: $total requests, ${rps} requests/s, non-2xx: ${non2xx:-0}, socket errors: ${socket_errors:-0}"
     if [ "${non2xx:-0}" != 0 ] || [ "${socket_errors:-0}" != 0 ]; then
