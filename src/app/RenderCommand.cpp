@@ -1,6 +1,5 @@
 // `vexl render`: runs one page the way a calling executable does and writes
 // the result to the standard output, byte for byte.
-#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -9,6 +8,7 @@
 #include <vector>
 
 #include "app/AppCommands.h"
+#include "app/RequestDecoder.h"
 #include "page/VexlPage.h"
 
 namespace {
@@ -50,20 +50,6 @@ struct RenderOptions {
     std::string TranslationPath;
     bool WriteHeaders = false;
 };
-
-// Reads a decimal unsigned 32-bit number, the whole text and nothing else.
-bool ParseUnsigned32(const char* text, unsigned& value)
-{
-    if (text[0] < '0' || text[0] > '9')
-        return false;
-    errno = 0;
-    char* end = nullptr;
-    unsigned long long parsed = std::strtoull(text, &end, 10);
-    if (errno != 0 || *end != '\0' || parsed > 0xFFFFFFFFull)
-        return false;
-    value = static_cast<unsigned>(parsed);
-    return true;
-}
 
 // Takes the value of an option given as "--name VALUE" or "--name=VALUE".
 // Returns null (and reports) when the value is missing.
