@@ -67,7 +67,10 @@ protected:
         Write(Site + "/notes.txt", "not a page");
         Write(Base + "/outside.vxl", "<p>outside</p>");
         ASSERT_EQ(symlink("../outside.vxl", (Site + "/escape.vxl").c_str()), 0);
+        // Sessions go to a store in the scratch folder, not the user's own.
+        Write(Base + "/test.ini", "[QuinceConfig]\nSessionStore = " + Base + "/sessions.db\n");
         Settings.Root = Site;
+        Settings.IniPath = Base + "/test.ini";
         Environment["REQUEST_METHOD"] = "GET";
         Environment["DOCUMENT_ROOT"] = Site;
         Environment["SCRIPT_NAME"] = "/cgi-bin/vexl";

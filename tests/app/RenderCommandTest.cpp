@@ -74,7 +74,8 @@ TEST_F(RenderCommandTest, BodyIsWrittenByteForByte)
 TEST_F(RenderCommandTest, HeadersComeFirstInListOrderThenAnEmptyLine)
 {
     Write("page.vxl", "<SETHEADER name=\"X-First\" value=\"1\"><SETHEADER name=\"Content-Type\" value=\"text/plain\">body");
-    RunResult result = Run("render page.vxl --headers --session 77");
+    Write("test.ini", "[QuinceConfig]\nSessionStore = " + Work + "/sessions.db\n");
+    RunResult result = Run("render page.vxl --headers --session 77 --ini test.ini");
     EXPECT_EQ(result.Status, 0);
     EXPECT_EQ(result.Out, "x-first: 1\ncontent-type: text/plain\nhttp_session_id: 77\n\nbody");
 }
