@@ -55,8 +55,9 @@ if [ "$status" != 200 ]; then
     head -c 2000 "$work/first.html" >&2
     exit 1
 fi
-echo "load: $url ($(wc -c < "$work/first.html") bytes) through vexl $frontend, $connections connections, ${seconds}s" \
-    "$([ "$frontend" = fcgi ] && echo ", $procs vexl fcgi processes")"
+processes=
+[ "$frontend" = fcgi ] && processes=", $procs vexl fcgi processes"
+echo "load: $url ($(wc -c < "$work/first.html") bytes) through vexl $frontend, $connections connections, ${seconds}s$processes"
 
 if command -v wrk > /dev/null; then
     # Count non-2xx answers too: wrk reports them only in its summary.
