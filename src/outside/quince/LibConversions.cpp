@@ -22,7 +22,11 @@ bool ConvertArgument(CallContext& call, Value* args, Value& result, StaticType t
 bool Int(CallContext& call, Value* args, unsigned, Value& result) { return ConvertArgument(call, args, result, StaticType::Int); }
 bool Double(CallContext& call, Value* args, unsigned, Value& result) { return ConvertArgument(call, args, result, StaticType::Double); }
 bool Float(CallContext& call, Value* args, unsigned, Value& result) { return ConvertArgument(call, args, result, StaticType::Float); }
-bool Bool(CallContext& call, Value* args, unsigned, Value& result) { return ConvertArgument(call, args, result, StaticType::Bool); }
+// bool(x) is the truth of x, which arrays have too (not empty).
+bool Bool(CallContext&, Value* args, unsigned, Value& result) {
+    result = Value::MakeBool(IsTrue(args[0]));
+    return true;
+}
 bool Char(CallContext& call, Value* args, unsigned, Value& result) { return ConvertArgument(call, args, result, StaticType::Char); }
 
 // typeof(value): "int", "double", "float", "bool", "char", "string", "array" or "variable".

@@ -87,7 +87,7 @@ namespace quince {
     /* Calls and output */                                                                                   \
     X(Call, "args -- result", "A: call site; B: argument count, bit 8: the result is used")                  \
     X(CallBuiltin, "args -- result", "A: built-in function number; B: argument count")                       \
-    X(CallBuiltinUpdate, "v args -- result v'", "as CallBuiltin; the function changed its first argument")   \
+    X(CallBuiltinUpdate, "args v -- result v'", "as CallBuiltin; v, taken last, is the first argument, changed") \
     X(Return, "--", "")                                                                                      \
     X(ReturnValue, "v --", "")                                                                               \
     X(Print, "v --", "")                                                                                     \

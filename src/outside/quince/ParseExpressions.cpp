@@ -183,9 +183,13 @@ ExprInfo Parser::ParsePrimary() {
             Emit(Opcode::PushBool, Previous.Kind == TokenKind::True ? 1 : 0);
             return ExprInfo{StaticType::Bool};
         case TokenKind::LeftParen: {
+            const unsigned line = Current.Line;
             Advance();
             const ExprInfo info = ParseExpression();
-            Expect(TokenKind::RightParen, "')'");
+            if (!Failed && !Check(TokenKind::RightParen)) {
+                Fail("expected ')' to close '(' of line " + std::to_string(line) + ", found " + Found());
+            }
+            Advance();
             return info;
         }
         case TokenKind::LeftBracket: return ParseArrayLiteral();
@@ -194,7 +198,7 @@ ExprInfo Parser::ParsePrimary() {
         case TokenKind::TypeChar: case TokenKind::TypeBool: case TokenKind::TypeString:
             return ParseConversion();
         default:
-            Fail("expected an expression, found " + DescribeToken(Current.Kind, Current.Text));
+            Fail("expected an expression, found " + Found());
             return {};
     }
 }
@@ -343,7 +347,7 @@ ExprInfo Parser::ParseBuiltinCall(unsigned number, const BuiltinFunction& functi
     ResolvedName target;
     if (function.Form == BuiltinForm::NameTest) {
         if (!Check(TokenKind::Name)) {
-            Fail("'" + name + "' takes a variable's name, found " + DescribeToken(Current.Kind, Current.Text));
+            Fail("'" + name + "' takes a variable's name, found " + Found());
             return {};
         }
         if (IsSlotName(Current.Text)) Emit(Opcode::PushBool, 1);
@@ -357,12 +361,13 @@ ExprInfo Parser::ParseBuiltinCall(unsigned number, const BuiltinFunction& functi
         }
         target = Resolve(Current.Text, true);
         Advance();
-        EmitTake(target);
         count = 1;
         while (Match(TokenKind::Comma) && !Failed) {
             ParseExpression();
             ++count;
         }
+        // Taken last, so that the other arguments still read the variable.
+        EmitTake(target);
     } else if (!AtArgumentsEnd(hasParentheses)) {
         do {
             ParseExpression();

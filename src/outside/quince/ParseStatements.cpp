@@ -56,7 +56,7 @@ void Parser::ParseUnit() {
             ExpectStatementEnd();
         } else {
             Fail("only 'proc', 'global' and 'session' may stand at the top level of a script, found " +
-                 DescribeToken(Current.Kind, Current.Text));
+                 Found());
         }
         SkipSeparators();
     }
@@ -67,7 +67,7 @@ void Parser::ParseProcedure() {
     const unsigned line = Current.Line;
     Advance();
     if (!Check(TokenKind::Name)) {
-        Fail("expected the procedure's name after 'proc', found " + DescribeToken(Current.Kind, Current.Text));
+        Fail("expected the procedure's name after 'proc', found " + Found());
         return;
     }
     const std::string name(Current.Text);
@@ -101,7 +101,7 @@ void Parser::ParseProcedure() {
     ParseBlock();
     if (!Failed && !Check(TokenKind::EndProc)) {
         Fail("expected 'endproc' to close 'proc " + name + "' of line " + std::to_string(line) + ", found " +
-             DescribeToken(Current.Kind, Current.Text));
+             Found());
     }
     Advance();
     Emit(Opcode::Return);
@@ -115,7 +115,7 @@ bool Parser::ParseParameter(Parameter& parameter) {
     parameter.IsRef = Match(TokenKind::Ref);
     if (IsTypeStart() && !ParseType(parameter.Type)) return false;
     if (!Check(TokenKind::Name)) {
-        Fail("expected a parameter name, found " + DescribeToken(Current.Kind, Current.Text));
+        Fail("expected a parameter name, found " + Found());
         return false;
     }
     parameter.Name = NyxString(Current.Text);
@@ -144,7 +144,7 @@ bool Parser::ParseType(DeclaredType& type) {
         case TokenKind::TypeBool: base = StaticType::Bool; break;
         case TokenKind::TypeString: base = StaticType::String; break;
         default:
-            Fail("expected a type, found " + DescribeToken(Current.Kind, Current.Text));
+            Fail("expected a type, found " + Found());
             return false;
     }
     Advance();
@@ -188,7 +188,7 @@ void Parser::ParseStatement() {
                 ParseDeclaration();
                 break;
             }
-            Fail("expected a statement, found " + DescribeToken(Current.Kind, Current.Text));
+            Fail("expected a statement, found " + Found());
             return;
     }
     ExpectStatementEnd();
@@ -201,7 +201,7 @@ void Parser::ParseDeclaration() {
     do {
         if (!Check(TokenKind::Name)) {
             Fail("expected a name after '" + DeclaredTypeName(type).ToStd() + "', found " +
-                 DescribeToken(Current.Kind, Current.Text));
+                 Found());
             return;
         }
         const std::string name(Current.Text);
@@ -238,7 +238,7 @@ void Parser::ParseContextDeclaration() {
     if (!ParseType(type)) return;
     if (!Check(TokenKind::Name)) {
         Fail(std::string("expected a name in the '") + keyword + "' declaration, found " +
-             DescribeToken(Current.Kind, Current.Text));
+             Found());
         return;
     }
     const std::string name(Current.Text);
@@ -290,7 +290,7 @@ void Parser::ParseIf() {
     for (std::size_t exit : exits) PatchJump(exit);
     if (!Failed && !Check(TokenKind::EndIf)) {
         Fail("expected 'endif' to close 'if' of line " + std::to_string(line) + ", found " +
-             DescribeToken(Current.Kind, Current.Text));
+             Found());
     }
     Advance();
 }
@@ -307,7 +307,7 @@ void Parser::ParseWhile() {
     ParseBlock();
     if (!Failed && !Check(TokenKind::EndWhile)) {
         Fail("expected 'endwhile' to close 'while' of line " + std::to_string(line) + ", found " +
-             DescribeToken(Current.Kind, Current.Text));
+             Found());
     }
     Advance();
     LoopState loop = std::move(Function->Loops.back());
@@ -326,7 +326,7 @@ void Parser::ParseFor() {
     const unsigned line = Current.Line;
     Advance();
     if (!Check(TokenKind::Name)) {
-        Fail("expected the counter's name after 'for', found " + DescribeToken(Current.Kind, Current.Text));
+        Fail("expected the counter's name after 'for', found " + Found());
         return;
     }
     const std::string name(Current.Text);
@@ -373,7 +373,7 @@ void Parser::ParseFor() {
     for (std::size_t jump : loop.BreakJumps) PatchJump(jump);
     if (!Failed && !Check(TokenKind::Next)) {
         Fail("expected 'next' to close 'for' of line " + std::to_string(line) + ", found " +
-             DescribeToken(Current.Kind, Current.Text));
+             Found());
     }
     Advance();
     if (Check(TokenKind::Name)) {
@@ -442,14 +442,14 @@ void Parser::ParseNameStatement() {
     }
     if (IsSlotName(name)) {
         Advance();
-        Fail("expected '=' after '" + name + "', found " + DescribeToken(Current.Kind, Current.Text));
+        Fail("expected '=' after '" + name + "', found " + Found());
         return;
     }
     Advance();
     const bool hasParentheses = Check(TokenKind::LeftParen);
     if (!hasParentheses && !StartsExpression(Current.Kind) && !Check(TokenKind::Separator) &&
         !IsBlockEnd(Current.Kind)) {
-        Fail("expected '=', '(' or arguments after '" + name + "', found " + DescribeToken(Current.Kind, Current.Text));
+        Fail("expected '=', '(' or arguments after '" + name + "', found " + Found());
         return;
     }
     ParseCall(name, false, hasParentheses);
@@ -509,7 +509,7 @@ void Parser::ParseIndexAssignment(const ResolvedName& target, std::string_view n
     ParseExpression();
     Expect(TokenKind::RightBracket, "']' after the index");
     if (!IsAssignOperator(Current.Kind)) {
-        Fail("expected '=' after '" + std::string(name) + "[...]', found " + DescribeToken(Current.Kind, Current.Text));
+        Fail("expected '=' after '" + std::string(name) + "[...]', found " + Found());
         EndScope();
         return;
     }

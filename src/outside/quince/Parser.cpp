@@ -106,8 +106,13 @@ bool Parser::Expect(TokenKind kind, const char* what) {
         Advance();
         return true;
     }
-    Fail(std::string("expected ") + what + ", found " + DescribeToken(Current.Kind, Current.Text));
+    Fail(std::string("expected ") + what + ", found " + Found());
     return false;
+}
+
+std::string Parser::Found() const {
+    if (Current.Kind == TokenKind::EndProc) return "the end of the procedure";
+    return DescribeToken(Current.Kind, Current.Text);
 }
 
 void Parser::ExpectStatementEnd() {
@@ -116,7 +121,7 @@ void Parser::ExpectStatementEnd() {
         return;
     }
     if (Check(TokenKind::End)) return;
-    Fail("expected the end of the statement, found " + DescribeToken(Current.Kind, Current.Text));
+    Fail("expected the end of the statement, found " + Found());
 }
 
 void Parser::SkipSeparators() {

@@ -94,6 +94,7 @@ private:
     bool Match(TokenKind kind);
     bool Expect(TokenKind kind, const char* what);
     void ExpectStatementEnd();
+    std::string Found() const;  // how the current token reads in a message
     void SkipSeparators();
     void Fail(const std::string& message);
     void FailAt(unsigned line, const std::string& message);

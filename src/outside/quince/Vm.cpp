@@ -10,6 +10,7 @@
 #endif
 
 #include <cstdlib>
+#include <cstring>
 #include <ctime>
 
 #include "outside/quince/Engine.h"
@@ -90,7 +91,8 @@ bool Vm::CheckBudget(NyxString& message) {
         return false;
     }
     if (Deadline != 0 && MonotonicMilliseconds() > Deadline) {
-        message.Printf("the script ran longer than %u seconds (QuinceConfig MaxRunSeconds)", limits.MaxRunSeconds);
+        message.Printf("the script ran longer than %u second%s (QuinceConfig MaxRunSeconds)", limits.MaxRunSeconds,
+                       limits.MaxRunSeconds == 1 ? "" : "s");
         return false;
     }
     StepsChunk = kStepCheckInterval;
@@ -830,6 +832,12 @@ op_CallBuiltin:
 op_CallBuiltinUpdate: {
     const BuiltinFunction& function = GetBuiltin(static_cast<unsigned>(in.A));
     Value* arguments = sp - in.B;
+    if (in.Op == Opcode::CallBuiltinUpdate && in.B > 1) {
+        // The variable's value was taken last; it is the function's first argument.
+        const Value taken = sp[-1];
+        std::memmove(static_cast<void*>(arguments + 1), static_cast<const void*>(arguments), (in.B - 1u) * sizeof(Value));
+        arguments[0] = taken;
+    }
     CallContext call{engine, memory, NyxString()};
     Value value = Value::MakeNone();
     frame->Ip = ip;
