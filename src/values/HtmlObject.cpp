@@ -44,13 +44,13 @@ const NyxString& HtmlObject::EmptyString() {
 }
 
 void HtmlObject::SetTagLabel(std::string_view label) {
-    Content.Clear();
+    if (!Content.IsEmpty()) Content.Clear();
     Content.AppendBytes(label.data(), label.size());
     ContentIsLabel = true;
 }
 
 void HtmlObject::SetText(std::string_view text) {
-    Content.Clear();
+    if (!Content.IsEmpty()) Content.Clear();
     Content.AppendBytes(text.data(), text.size());
     ContentIsLabel = false;
 }

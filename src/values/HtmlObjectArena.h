@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <new>
 #include <utility>
 
@@ -16,12 +17,16 @@ public:
     // Hands the blocks back; the objects in them must be destroyed already.
     ~HtmlObjectArena();
 
-    // `size` bytes aligned for any object; never fails (throws bad_alloc like new).
-    void* Allocate(std::size_t size) {
-        size = (size + kAlignment - 1) & ~(kAlignment - 1);
-        if (static_cast<std::size_t>(Limit - Cursor) < size) NewBlock(size);
-        void* memory = Cursor;
-        Cursor += size;
+    // `size` bytes aligned to `alignment` (a power of two up to kAlignment);
+    // never fails (throws bad_alloc like new).
+    void* Allocate(std::size_t size, std::size_t alignment = kAlignment) {
+        std::size_t padding = static_cast<std::size_t>(-reinterpret_cast<std::uintptr_t>(Cursor)) & (alignment - 1);
+        if (static_cast<std::size_t>(Limit - Cursor) < size + padding) {
+            NewBlock(size);
+            padding = 0;
+        }
+        void* memory = Cursor + padding;
+        Cursor += padding + size;
         return memory;
     }
 
@@ -29,7 +34,7 @@ public:
     // the memory to the arena.
     template <class T, class... Arguments>
     T* Make(Arguments&&... arguments) {
-        T* object = new (Allocate(sizeof(T))) T(std::forward<Arguments>(arguments)...);
+        T* object = new (Allocate(sizeof(T), alignof(T))) T(std::forward<Arguments>(arguments)...);
         object->InArena = true;
         return object;
     }

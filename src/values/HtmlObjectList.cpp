@@ -60,16 +60,12 @@ void HtmlObjectList::Destroy(HtmlObject* object) { HtmlObjectArena::Destroy(obje
 
 void HtmlObjectList::Parse(std::string_view text) {
     HtmlParser parser(text, &Arena);
-    parser.Parse([this](HtmlObject* object) { Append(object); });
+    parser.ParseInto(*this);
 }
 
-void HtmlObjectList::Append(HtmlObject* object) {
-    const unsigned slot = Count & kSegmentMask;
-    if (slot == 0 && (Count >> kSegmentShift) == Segments.size()) {
-        Segments.push_back(static_cast<HtmlObject**>(Arena.Allocate(kSegmentSize * sizeof(HtmlObject*))));
-    }
-    Segments[Count >> kSegmentShift][slot] = object;
-    ++Count;
+void HtmlObjectList::AddSegment() {
+    if ((Count >> kSegmentShift) < Segments.size()) return;
+    Segments.push_back(static_cast<HtmlObject**>(Arena.Allocate(kSegmentSize * sizeof(HtmlObject*))));
 }
 
 void HtmlObjectList::ReplaceEntry(int index, HtmlObject* object) {

@@ -38,8 +38,16 @@ public:
     bool WasRead() const { return Read; }
 
 private:
+    friend class HtmlParser;
+
     void Parse(std::string_view text);
-    void Append(HtmlObject* object);
+    void Append(HtmlObject* object) {
+        const unsigned slot = Count & kSegmentMask;
+        if (slot == 0) AddSegment();
+        Segments[Count >> kSegmentShift][slot] = object;
+        ++Count;
+    }
+    void AddSegment();
     static void Destroy(HtmlObject* object);
 
     // Object pointers sit in segments of 4096 in the arena: no reallocation

@@ -12,6 +12,7 @@
 
 #include "values/HtmlObject.h"
 #include "values/HtmlObjectArena.h"
+#include "values/HtmlObjectList.h"
 #include "values/HtmlTagIds.h"
 #include "values/HtmlTagParam.h"
 
@@ -37,6 +38,7 @@ struct ByteClassTable {
 constexpr ByteClassTable kByteClasses;
 
 constexpr std::size_t kNotFound = static_cast<std::size_t>(-1);
+constexpr std::size_t kShortSpan = 32;  // below this, counting line feeds a byte at a time is cheaper than a call
 
 bool IsAsciiLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
 
@@ -83,23 +85,25 @@ std::size_t CountLineFeeds(const char* data, std::size_t size) {
     return count;
 }
 
-// One run over one text. Objects go to the sink as soon as they are whole.
+// One run over one text. Objects go to the sink as soon as they are whole;
+// the sink is a template argument so that filling a list costs no call.
+template <class Sink>
 class Tokenizer {
 public:
-    Tokenizer(std::string_view source, HtmlObjectArena* arena, void (*sink)(void*, HtmlObject*), void* context)
-        : Begin(source.data()), Size(source.size()), Arena(arena), Sink(sink), Context(context) {}
+    Tokenizer(std::string_view source, HtmlObjectArena* arena, Sink& sink)
+        : Begin(source.data()), Size(source.size()), Arena(arena), Emit(sink) {}
 
     void Run();
 
 private:
     std::size_t TakeTag(std::size_t at, bool isEnd);
-    std::size_t TakeRawText(std::size_t from, const NyxString& label);
+    std::size_t TakeRawText(std::size_t from, std::string_view label);
     std::size_t ScanTag(std::size_t at, bool isEnd, HtmlObject& object) const;
     std::size_t ScanTagBody(std::size_t at, bool isEnd, HtmlObject& object) const;
     HtmlObject* NewObject() const { return Arena != nullptr ? Arena->Make<HtmlObject>(0u) : new HtmlObject(0); }
     void AddParam(HtmlObject& object, std::string_view name, std::string_view value, char quote,
                   HtmlTagParam::ValueForm form) const;
-    bool IsEndTagOf(std::size_t at, const NyxString& label) const;
+    bool IsEndTagOf(std::size_t at, std::string_view label) const;
     std::size_t SkipMarkupDeclaration(std::size_t at) const;
     std::size_t SkipPastGreater(std::size_t from) const;
     void EmitText(std::size_t from, std::size_t to, bool evenEmpty);
@@ -111,8 +115,7 @@ private:
     const char* Begin;
     std::size_t Size;
     HtmlObjectArena* Arena;  // null: objects are made with new
-    void (*Sink)(void*, HtmlObject*);
-    void* Context;
+    Sink& Emit;
     std::size_t TextStart = 0;      // first byte not yet in an object
     std::size_t LineCountedTo = 0;  // Line is the line of this offset
     unsigned Line = 1;
@@ -121,7 +124,8 @@ private:
 // Finds each '<' and decides what it opens: a start tag (a letter follows), an
 // end tag ("</" and a letter), a comment or declaration ("<!"), a processing
 // instruction ("<?"), or nothing, in which case it is text like its neighbours.
-void Tokenizer::Run() {
+template <class Sink>
+void Tokenizer<Sink>::Run() {
     std::size_t pos = 0;
     while (pos < Size) {
         const void* found = std::memchr(Begin + pos, '<', Size - pos);
@@ -146,7 +150,8 @@ void Tokenizer::Run() {
 
 // A tag at `at`. If the input ends inside it, it is no tag: the rest of the
 // input stays text. Returns where to go on.
-std::size_t Tokenizer::TakeTag(std::size_t at, bool isEnd) {
+template <class Sink>
+std::size_t Tokenizer<Sink>::TakeTag(std::size_t at, bool isEnd) {
     HtmlObject* object = NewObject();
     const std::size_t behind = ScanTag(at, isEnd, *object);
     if (behind == kNotFound) {
@@ -155,8 +160,7 @@ std::size_t Tokenizer::TakeTag(std::size_t at, bool isEnd) {
     }
     const int id = object->GetTagId();
     const bool rawText = !isEnd && (id == TagId::Script || id == TagId::Style);
-    NyxString label;
-    if (rawText) label = object->GetTagLabel();
+    const std::string_view label(Begin + at + 1, object->GetTagLabel().GetSize());
     EmitText(TextStart, at, false);
     EmitTag(object, at, behind);
     return rawText ? TakeRawText(behind, label) : behind;
@@ -165,7 +169,8 @@ std::size_t Tokenizer::TakeTag(std::size_t at, bool isEnd) {
 // The content of a SCRIPT or STYLE element: one text object, also an empty
 // one, up to the end tag of the same label in any case, then that end tag.
 // Without an end tag the content runs to the end of the input.
-std::size_t Tokenizer::TakeRawText(std::size_t from, const NyxString& label) {
+template <class Sink>
+std::size_t Tokenizer<Sink>::TakeRawText(std::size_t from, std::string_view label) {
     std::size_t search = from;
     while (search < Size) {
         const void* found = std::memchr(Begin + search, '<', Size - search);
@@ -188,17 +193,19 @@ std::size_t Tokenizer::TakeRawText(std::size_t from, const NyxString& label) {
     return Size;
 }
 
-bool Tokenizer::IsEndTagOf(std::size_t at, const NyxString& label) const {
-    const std::size_t size = label.GetSize();
+template <class Sink>
+bool Tokenizer<Sink>::IsEndTagOf(std::size_t at, std::string_view label) const {
+    const std::size_t size = label.size();
     if (at + 2 + size >= Size || Begin[at + 1] != '/') return false;
     const char* name = Begin + at + 2;
     for (std::size_t i = 0; i < size; ++i) {
-        if (LowerAscii(name[i]) != LowerAscii(label.GetString()[i])) return false;
+        if (LowerAscii(name[i]) != LowerAscii(label[i])) return false;
     }
     return (ClassAt(at + 2 + size) & kEndsLabel) != 0;
 }
 
-void Tokenizer::AddParam(HtmlObject& object, std::string_view name, std::string_view value, char quote,
+template <class Sink>
+void Tokenizer<Sink>::AddParam(HtmlObject& object, std::string_view name, std::string_view value, char quote,
                          HtmlTagParam::ValueForm form) const {
     const auto quoteCharacter = static_cast<wchar_t>(quote);
     object.AddEntry(Arena != nullptr ? Arena->Make<HtmlTagParam>(name, value, quoteCharacter, form)
@@ -208,12 +215,14 @@ void Tokenizer::AddParam(HtmlObject& object, std::string_view name, std::string_
 // Reads the tag that starts at `at` into `object`: label, id, end flag,
 // parameters in source order, closing slash. Returns the offset behind its
 // '>', or kNotFound if the input ends first or the tag is too large.
-std::size_t Tokenizer::ScanTag(std::size_t at, bool isEnd, HtmlObject& object) const {
+template <class Sink>
+std::size_t Tokenizer<Sink>::ScanTag(std::size_t at, bool isEnd, HtmlObject& object) const {
     const std::size_t behind = ScanTagBody(at, isEnd, object);
     return behind != kNotFound && behind - at > HtmlParser::kMaxObjectSize ? kNotFound : behind;
 }
 
-std::size_t Tokenizer::ScanTagBody(std::size_t at, bool isEnd, HtmlObject& object) const {
+template <class Sink>
+std::size_t Tokenizer<Sink>::ScanTagBody(std::size_t at, bool isEnd, HtmlObject& object) const {
     std::size_t p = at + (isEnd ? 2 : 1);
     const std::size_t labelStart = p;
     while (p < Size && (ClassAt(p) & kEndsLabel) == 0) ++p;
@@ -275,7 +284,8 @@ std::size_t Tokenizer::ScanTagBody(std::size_t at, bool isEnd, HtmlObject& objec
 // "<!--" opens a comment that ends at the first "-->" (also "<!-->" and
 // "<!--->"); any other "<!" ends at the first '>'. Either runs to the end of
 // the input if unclosed. Returns the offset behind it.
-std::size_t Tokenizer::SkipMarkupDeclaration(std::size_t at) const {
+template <class Sink>
+std::size_t Tokenizer<Sink>::SkipMarkupDeclaration(std::size_t at) const {
     if (at + 3 < Size && Begin[at + 2] == '-' && Begin[at + 3] == '-') {
         std::size_t p = at + 4;
         while (p < Size) {
@@ -290,14 +300,16 @@ std::size_t Tokenizer::SkipMarkupDeclaration(std::size_t at) const {
     return SkipPastGreater(at + 2);
 }
 
-std::size_t Tokenizer::SkipPastGreater(std::size_t from) const {
+template <class Sink>
+std::size_t Tokenizer<Sink>::SkipPastGreater(std::size_t from) const {
     if (from >= Size) return Size;
     const void* found = std::memchr(Begin + from, '>', Size - from);
     return found == nullptr ? Size : static_cast<std::size_t>(static_cast<const char*>(found) - Begin) + 1;
 }
 
 // One text object for [from, to), or several if it is longer than an object may be.
-void Tokenizer::EmitText(std::size_t from, std::size_t to, bool evenEmpty) {
+template <class Sink>
+void Tokenizer<Sink>::EmitText(std::size_t from, std::size_t to, bool evenEmpty) {
     if (to == from && !evenEmpty) return;
     do {
         const std::size_t size = to - from < HtmlParser::kMaxObjectSize ? to - from : HtmlParser::kMaxObjectSize;
@@ -305,25 +317,32 @@ void Tokenizer::EmitText(std::size_t from, std::size_t to, bool evenEmpty) {
         text->SetLineNum(LineAt(from));
         text->SetText(std::string_view(Begin + from, size));
         text->SetSourceSpan(from, size);
-        Sink(Context, text);
+        Emit(text);
         from += size;
     } while (from < to);
     TextStart = to;
 }
 
-void Tokenizer::EmitTag(HtmlObject* object, std::size_t at, std::size_t behind) {
+template <class Sink>
+void Tokenizer<Sink>::EmitTag(HtmlObject* object, std::size_t at, std::size_t behind) {
     object->SetLineNum(LineAt(at));
     object->SetSourceSpan(at, behind - at);
-    Sink(Context, object);
+    Emit(object);
     TextStart = behind;
 }
 
 // Offsets only grow from call to call, so every byte is counted once.
-unsigned Tokenizer::LineAt(std::size_t offset) {
-    if (offset > LineCountedTo) {
-        Line += static_cast<unsigned>(CountLineFeeds(Begin + LineCountedTo, offset - LineCountedTo));
-        LineCountedTo = offset;
+template <class Sink>
+unsigned Tokenizer<Sink>::LineAt(std::size_t offset) {
+    if (offset <= LineCountedTo) return Line;
+    const std::size_t size = offset - LineCountedTo;
+    if (size < kShortSpan) {
+        // Most spans between two objects are a tag or a few words.
+        for (const char* p = Begin + LineCountedTo; p != Begin + offset; ++p) Line += *p == '\n';
+    } else {
+        Line += static_cast<unsigned>(CountLineFeeds(Begin + LineCountedTo, size));
     }
+    LineCountedTo = offset;
     return Line;
 }
 
@@ -332,6 +351,13 @@ unsigned Tokenizer::LineAt(std::size_t offset) {
 HtmlParser::HtmlParser(std::string_view text, HtmlObjectArena* arena) : Source(text), Arena(arena) {}
 
 void HtmlParser::ParseWith(SinkFunction sink, void* context) {
-    Tokenizer tokenizer(Source, Arena, sink, context);
+    auto emit = [sink, context](HtmlObject* object) { sink(context, object); };
+    Tokenizer<decltype(emit)> tokenizer(Source, Arena, emit);
+    tokenizer.Run();
+}
+
+void HtmlParser::ParseInto(HtmlObjectList& list) {
+    auto emit = [&list](HtmlObject* object) { list.Append(object); };
+    Tokenizer<decltype(emit)> tokenizer(Source, Arena, emit);
     tokenizer.Run();
 }

@@ -8,6 +8,7 @@
 
 class HtmlObject;
 class HtmlObjectArena;
+class HtmlObjectList;
 
 class HtmlParser {
 public:
@@ -26,6 +27,9 @@ public:
     void Parse(Sink&& sink) {
         ParseWith([](void* context, HtmlObject* object) { (*static_cast<Sink*>(context))(object); }, &sink);
     }
+
+    // Parses the whole text, appending each object to `list`.
+    void ParseInto(HtmlObjectList& list);
 
 private:
     using SinkFunction = void (*)(void* context, HtmlObject* object);

@@ -180,14 +180,10 @@ struct LabelKey {
     std::size_t Size = 0;
 
     constexpr explicit LabelKey(std::string_view label) : Size(label.size()) {
-        for (std::size_t i = 0; i < label.size() && i < kMaxLabelSize; ++i) {
-            const uint64_t byte = LowerAscii(static_cast<unsigned char>(label[i]));
-            if (i < 8) {
-                Low |= byte << (8 * i);
-            } else {
-                High |= byte << (8 * (i - 8));
-            }
-        }
+        const std::size_t size = label.size() < kMaxLabelSize ? label.size() : kMaxLabelSize;
+        const std::size_t lowSize = size < 8 ? size : 8;
+        for (std::size_t i = 0; i < lowSize; ++i) Low |= uint64_t{LowerAscii(static_cast<unsigned char>(label[i]))} << (8 * i);
+        for (std::size_t i = 8; i < size; ++i) High |= uint64_t{LowerAscii(static_cast<unsigned char>(label[i]))} << (8 * (i - 8));
     }
 
     constexpr std::size_t Slot() const {

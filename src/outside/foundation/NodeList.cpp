@@ -23,12 +23,6 @@ void NodeList::Grow(unsigned needed) {
     Capacity = capacity;
 }
 
-int NodeList::AddEntry(void* entry) {
-    if (Count == Capacity) Grow(Count + 1);
-    Items[Count++] = entry;
-    return static_cast<int>(Count);
-}
-
 int NodeList::InsertEntry(unsigned number, void* entry) {
     if (number < 1) number = 1;
     if (number > Count) return AddEntry(entry);

@@ -20,7 +20,11 @@ public:
     }
 
     // Appends `entry`; returns its number.
-    int AddEntry(void* entry);
+    int AddEntry(void* entry) {
+        if (Count == Capacity) Grow(Count + 1);
+        Items[Count++] = entry;
+        return static_cast<int>(Count);
+    }
     // Puts `entry` at `number` (1 .. GetCount()+1, larger numbers append); returns its number.
     int InsertEntry(unsigned number, void* entry);
     // Takes the entry out without disposing of it and hands it back; null out of range.
