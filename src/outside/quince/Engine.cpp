@@ -107,8 +107,7 @@ uint64_t ParseCount(const NyxString& text, uint64_t fallback) {
 
 }  // namespace
 
-const Limits& Engine::GetLimits() {
-    if (LimitsRead) return CurrentLimits;
+const Limits& Engine::ReadLimits() {
     LimitsRead = true;
     CurrentLimits = Limits();
     if (IniPath.IsNotEmpty()) {

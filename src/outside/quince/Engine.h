@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -25,9 +26,25 @@ class Variable;
 namespace quince {
 
 // Hashing that takes std::string_view, so lookups need no std::string.
+// Hashing of the keys (names, expression texts) eight bytes at a time: the
+// cached expression lookup runs at every visit of a tag, and the keys are short.
 struct TextHash {
     using is_transparent = void;
-    std::size_t operator()(std::string_view text) const { return std::hash<std::string_view>()(text); }
+    std::size_t operator()(std::string_view text) const {
+        uint64_t hash = 0x9E3779B97F4A7C15ull ^ text.size();
+        const char* bytes = text.data();
+        std::size_t left = text.size();
+        for (; left >= 8; bytes += 8, left -= 8) {
+            uint64_t word;
+            std::memcpy(&word, bytes, 8);
+            hash = (hash ^ word) * 0xFF51AFD7ED558CCDull;
+            hash ^= hash >> 32;
+        }
+        uint64_t tail = 0;
+        for (std::size_t i = 0; i < left; ++i) tail |= uint64_t{static_cast<unsigned char>(bytes[i])} << (8 * i);
+        hash = (hash ^ tail) * 0xC4CEB9FE1A85EC53ull;
+        return static_cast<std::size_t>(hash ^ (hash >> 29));
+    }
 };
 template <class T>
 using TextMap = std::unordered_map<std::string, T, TextHash, std::equal_to<>>;
@@ -90,7 +107,7 @@ public:
     // --- Configuration (Engine.cpp)
     NyxString IniDir;
     NyxString IniPath;
-    const Limits& GetLimits();
+    const Limits& GetLimits() { return LimitsRead ? CurrentLimits : ReadLimits(); }
     NyxString ReadConfig(const char* key);  // section QuinceConfig; empty if absent
     void ForgetConfig() { LimitsRead = false; }
 
@@ -146,6 +163,7 @@ public:
     CachedExpression* CompileExpression(const NyxString& text);
     // Pushes the value as a new Variable; quiet on failure.
     bool EvaluateExpression(CachedExpression* expression, Stack* stack);
+    RuntimeError ExpressionError;  // the last failure of an expression (never reported)
     void ClearExpressionCache();
 
     // --- Sessions (EngineSessions.cpp)
@@ -167,6 +185,8 @@ public:
     void Reset();
 
 private:
+    const Limits& ReadLimits();
+
     bool LimitsRead = false;
     Limits CurrentLimits;
 

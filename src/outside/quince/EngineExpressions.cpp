@@ -53,9 +53,9 @@ bool Engine::EvaluateExpression(CachedExpression* expression, Stack* stack) {
     if (expression == nullptr || expression->Code == nullptr || stack == nullptr) return false;
     GetLimits();
     Value result = Value::MakeNone();
-    RuntimeError error;
-    if (!Machine.Run(expression->Code, nullptr, 0, result, error)) return false;
-    Variable* variable = VariableFromValue(result, NyxString());
+    if (!Machine.Run(expression->Code, nullptr, 0, result, ExpressionError)) return false;
+    static const NyxString kNoName;
+    Variable* variable = VariableFromValue(result, kNoName);
     Release(result);
     if (variable == nullptr) return false;
     stack->PushVariable(variable);

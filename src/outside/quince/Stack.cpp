@@ -6,20 +6,30 @@
 Stack::Stack() = default;
 
 Stack::~Stack() {
-    for (Variable* variable : Items) Variable::Delete(variable);
+    for (unsigned i = 0; i < InlineCount; ++i) Variable::Delete(Inline[i]);
+    for (Variable* variable : More) Variable::Delete(variable);
 }
 
 void Stack::PushVariable(Variable* variable) {
-    if (variable != nullptr) Items.push_back(variable);
+    if (variable == nullptr) return;
+    if (More.empty() && InlineCount < kInline) Inline[InlineCount++] = variable;
+    else More.push_back(variable);
 }
 
 Variable* Stack::PopVariable() {
-    if (Items.empty()) return nullptr;
-    Variable* top = Items.back();
-    Items.pop_back();
-    return top;
+    if (!More.empty()) {
+        Variable* top = More.back();
+        More.pop_back();
+        return top;
+    }
+    if (InlineCount == 0) return nullptr;
+    return Inline[--InlineCount];
 }
 
-unsigned Stack::GetCount() const { return static_cast<unsigned>(Items.size()); }
+unsigned Stack::GetCount() const { return InlineCount + static_cast<unsigned>(More.size()); }
 
-Variable* Stack::GetAt(unsigned index) const { return index < Items.size() ? Items[index] : nullptr; }
+Variable* Stack::GetAt(unsigned index) const {
+    if (index < InlineCount) return Inline[index];
+    index -= InlineCount;
+    return index < More.size() ? More[index] : nullptr;
+}

@@ -10,6 +10,8 @@ class Stack {
 public:
     Stack();
     virtual ~Stack();  // deletes every variable still on the stack
+    Stack(const Stack&) = delete;
+    Stack& operator=(const Stack&) = delete;
 
     // Takes ownership; callers that want a write-through push a Duplicate().
     void PushVariable(Variable* variable);
@@ -20,5 +22,10 @@ public:
     Variable* GetAt(unsigned index) const;
 
 private:
-    std::vector<Variable*> Items;  // owned, bottom first
+    // The page pushes at most two variables; they stay here, without a heap block.
+    static constexpr unsigned kInline = 4;
+
+    Variable* Inline[kInline] = {};
+    unsigned InlineCount = 0;
+    std::vector<Variable*> More;  // owned, above the inline ones
 };

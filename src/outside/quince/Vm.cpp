@@ -90,6 +90,9 @@ bool Vm::CheckBudget(NyxString& message) {
                        static_cast<unsigned long long>(limits.MaxSteps));
         return false;
     }
+    // The clock is first read at the first look, a thousand steps in, so that
+    // the many short runs (expressions) never read it.
+    if (Deadline < 0) Deadline = MonotonicMilliseconds() + int64_t{limits.MaxRunSeconds} * 1000;
     if (Deadline != 0 && MonotonicMilliseconds() > Deadline) {
         message.Printf("the script ran longer than %u second%s (QuinceConfig MaxRunSeconds)", limits.MaxRunSeconds,
                        limits.MaxRunSeconds == 1 ? "" : "s");
@@ -189,7 +192,7 @@ bool Vm::Run(Procedure* procedure, Value* arguments, unsigned count, Value& resu
         StepsChunk = kStepCheckInterval;
         if (limits.MaxSteps != 0 && limits.MaxSteps + 1 < StepsChunk) StepsChunk = static_cast<uint32_t>(limits.MaxSteps + 1);
         StepsToCheck = StepsChunk;
-        Deadline = limits.MaxRunSeconds != 0 ? MonotonicMilliseconds() + int64_t{limits.MaxRunSeconds} * 1000 : 0;
+        Deadline = limits.MaxRunSeconds != 0 ? -1 : 0;
     }
     Value* base = Top;
     if (base + count > StackEnd) {
@@ -217,7 +220,7 @@ bool Vm::Execute(std::size_t baseFrame, Value& result, RuntimeError& error) {
 
     Engine& engine = Owner;
     MemoryAccount& memory = engine.Memory;
-    NyxString message;
+    NyxString& message = Message;
     Frame* frame = &Frames.back();
     Procedure* proc = frame->Proc;
     const Instruction* ip = frame->Ip;
@@ -497,10 +500,15 @@ op_Divide:
 op_Modulo: {
     Value& left = sp[-2];
     Value& right = sp[-1];
-    if (left.kind == Kind::Int && right.kind == Kind::Int && in.Op != Opcode::Divide && in.Op != Opcode::Modulo) {
-        SetInt(left, in.Op == Opcode::Add        ? WrapAdd(left.i, right.i)
-                     : in.Op == Opcode::Subtract ? WrapSubtract(left.i, right.i)
-                                                 : WrapMultiply(left.i, right.i));
+    if (left.kind == Kind::Int && right.kind == Kind::Int && (right.i > 0 || in.Op == Opcode::Add ||
+                                                              in.Op == Opcode::Subtract || in.Op == Opcode::Multiply)) {
+        switch (in.Op) {
+            case Opcode::Add: SetInt(left, WrapAdd(left.i, right.i)); break;
+            case Opcode::Subtract: SetInt(left, WrapSubtract(left.i, right.i)); break;
+            case Opcode::Multiply: SetInt(left, WrapMultiply(left.i, right.i)); break;
+            case Opcode::Divide: SetInt(left, left.i / right.i); break;
+            default: SetInt(left, left.i % right.i); break;
+        }
         --sp;
         NEXT();
     }

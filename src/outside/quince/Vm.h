@@ -58,7 +58,8 @@ private:
     uint64_t StepsTaken = 0;
     uint32_t StepsChunk = 0;      // steps between the last look and the next
     uint32_t StepsToCheck = 0;    // counts down to the next look at steps and clock
-    int64_t Deadline = 0;         // monotonic milliseconds; 0: none
+    int64_t Deadline = 0;         // monotonic milliseconds; 0: none; -1: set at the first look
+    NyxString Message;            // the failure being raised (kept to spare a string per run)
 };
 
 }  // namespace quince
