@@ -77,10 +77,18 @@ void HtmlObjectList::ReplaceEntry(int index, HtmlObject* object) {
     HtmlObject*& slot = Segments[static_cast<unsigned>(index) >> kSegmentShift][static_cast<unsigned>(index) & kSegmentMask];
     if (slot == object) return;
     HtmlObject* previous = slot;
+    if (previous->GetTagId() != object->GetTagId() || previous->IsEndTag() != object->IsEndTag()) BlockIndex.reset();
     slot = object;
     Destroy(previous);
 }
 
 void HtmlObjectList::AddEntry(HtmlObject* object) {
-    if (object != nullptr) Append(object);
+    if (object == nullptr) return;
+    BlockIndex.reset();
+    Append(object);
+}
+
+const HtmlBlockIndex& HtmlObjectList::GetBlockIndex() const {
+    if (BlockIndex == nullptr) BlockIndex = std::make_unique<HtmlBlockIndex>(*this);
+    return *BlockIndex;
 }

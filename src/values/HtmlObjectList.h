@@ -2,9 +2,11 @@
 // document order, numbered from 0. The list owns its objects.
 #pragma once
 
+#include <memory>
 #include <string_view>
 #include <vector>
 
+#include "values/HtmlBlockIndex.h"
 #include "values/HtmlObject.h"
 #include "values/HtmlObjectArena.h"
 #include "values/NyxString.h"
@@ -37,6 +39,10 @@ public:
     // True when the constructor could read the file (always true for text).
     bool WasRead() const { return Read; }
 
+    // Where each IF branch and LOOP block ends; worked out on first use and
+    // kept while entries are only replaced by copies with the same id.
+    const HtmlBlockIndex& GetBlockIndex() const;
+
 private:
     friend class HtmlParser;
 
@@ -60,5 +66,6 @@ private:
     NyxString FilePath;
     bool Read = false;
     unsigned Count = 0;
-    std::vector<HtmlObject**> Segments;  // each kSegmentSize slots, in Arena; slots below Count are owned, never null
+    std::vector<HtmlObject**> Segments;
+    mutable std::unique_ptr<HtmlBlockIndex> BlockIndex;  // null until asked for, or after a change of ids  // each kSegmentSize slots, in Arena; slots below Count are owned, never null
 };
