@@ -69,6 +69,8 @@ bool Engine::CompileFile(const NyxString& path) {
         ReportError(path, 0, "cannot read the script file");
         return false;
     }
+    // A byte order mark is no part of the script.
+    if (contents.compare(0, 3, "\xEF\xBB\xBF") == 0) contents.erase(0, 3);
     if (TextDefinesProcedures(contents)) return CompileText(contents, path, 1);
     // Line 0 holds the frame, so the file's own lines keep their numbers.
     const std::string wrapped = "proc main ()\n" + contents + "\nendproc\n";

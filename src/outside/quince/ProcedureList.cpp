@@ -22,28 +22,30 @@ unsigned ProcedureList::FindProcedure(const NyxString& name) const {
 }
 
 quince::Procedure* ProcedureList::GetProcedure(std::string_view name) const {
-    for (unsigned number = 1; number <= GetCount(); ++number) {
-        auto* procedure = static_cast<quince::Procedure*>(GetEntry(number));
-        if (procedure != nullptr && procedure->Name.View() == name) return procedure;
-    }
-    return nullptr;
+    auto found = Index.find(name);
+    return found != Index.end() ? found->second : nullptr;
 }
 
 void ProcedureList::DeleteProcedure(const NyxString& name) {
     const unsigned number = FindProcedure(name);
     if (number == 0) return;
+    Index.erase(name.View());
     DeleteEntry(number);
     ++Generation;
 }
 
 void ProcedureList::AddProcedure(quince::Procedure* procedure) {
     const unsigned number = FindProcedure(procedure->Name);
+    // The key views the name of the procedure it maps to, so it is put in anew.
+    Index.erase(procedure->Name.View());
     if (number != 0) SetEntry(number, procedure);
     else AddEntry(procedure);
+    Index.emplace(procedure->Name.View(), procedure);
     ++Generation;
 }
 
 void ProcedureList::DeleteAllProcedures() {
+    Index.clear();
     DeleteAllEntries();
     ++Generation;
 }

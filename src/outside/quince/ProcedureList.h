@@ -5,7 +5,9 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <string_view>
+#include <unordered_map>
 
 #include "outside/foundation/NodeList.h"
 #include "values/NyxString.h"
@@ -32,4 +34,5 @@ public:
 
 private:
     uint64_t Generation = 1;
+    std::unordered_map<std::string_view, quince::Procedure*> Index;  // by name; keys view the procedures' names
 };

@@ -29,8 +29,27 @@ void QuinceContext::SetOutput(NyxString* output) { EngineState->Target = output;
 
 void QuinceContext::FlushOutput() { EngineState->FlushOutput(); }
 
+namespace {
+
+// Whether the text is a run of statements in the frame that the page puts
+// around one: "proc NAME ()", a line end, the statements, a line end and
+// "endproc" with a line end. The page gives the line of the statements' first
+// line, so the frame's own line is the one before it.
+bool IsPageFrame(std::string_view text) {
+    if (text.substr(0, 5) != "proc ") return false;
+    const std::size_t lineEnd = text.find('\n');
+    if (lineEnd == std::string_view::npos || lineEnd < 3 || text.substr(lineEnd - 3, 3) != " ()") return false;
+    constexpr std::string_view kEnd = "\nendproc\n";
+    if (text.size() < lineEnd + 1 + kEnd.size() || text.substr(text.size() - kEnd.size()) != kEnd) return false;
+    return !quince::TextIsStructured(text.substr(lineEnd + 1, text.size() - kEnd.size() - lineEnd - 1));
+}
+
+}  // namespace
+
 int QuinceContext::CompileScriptBuffer(const NyxString& text, const NyxString& file, unsigned line) {
-    return EngineState->CompileText(text.View(), file, line) ? 1 : 0;
+    const std::string_view source = text.View();
+    const unsigned firstLine = IsPageFrame(source) && line > 0 ? line - 1 : line;
+    return EngineState->CompileText(source, file, firstLine) ? 1 : 0;
 }
 
 int QuinceContext::CompileScriptFile(const NyxString& path) { return EngineState->CompileFile(path) ? 1 : 0; }

@@ -164,6 +164,21 @@ TEST_F(QuinceContextTest, CompileFailureIsReportedWithTheLineCountedFromTheGiven
     EXPECT_EQ(Context.Procedures.FindProcedure(NyxString("p")), 0u);
 }
 
+TEST_F(QuinceContextTest, StatementsInThePagesFrameKeepThePagesLineNumbers) {
+    // A SCRIPT element on line 10: its text begins on that line (behind the tag).
+    const char* framed = "proc page_3 ()\n\n  int zero = 0\n  println 1 / zero\n\nendproc\n";
+    ASSERT_NE(Compile(framed, 10), 0);
+    EXPECT_EQ(Context.RunProcedure(NyxString("page_3"), nullptr), 0);
+    EXPECT_EQ(Output.ToStd(), "<p><b>Quince error</b> in <b>page.vxl</b> line <b>12</b>: division by zero</p>\n");
+}
+
+TEST_F(QuinceContextTest, StructuredTextCountsFromTheGivenLine) {
+    // A structured SCRIPT text on line 10: its first line is the rest of the tag's line.
+    ASSERT_NE(Compile("\nproc p ()\n  int zero = 0\n  println 1 / zero\nendproc\n", 10), 0);
+    EXPECT_EQ(Context.RunProcedure(NyxString("p"), nullptr), 0);
+    EXPECT_EQ(Output.ToStd(), "<p><b>Quince error</b> in <b>page.vxl</b> line <b>13</b>: division by zero</p>\n");
+}
+
 TEST_F(QuinceContextTest, ReportEscapesTheMessageAndTheFile) {
     Context.CompileScriptBuffer(NyxString("proc p()\n  x = 1 & 2\nendproc\n"), NyxString("<b>.vxl"), 1);
     EXPECT_EQ(Output.ToStd(),
