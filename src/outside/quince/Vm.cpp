@@ -76,7 +76,7 @@ bool ForContinues(const Value* counter, bool isInteger) {
 
 }  // namespace
 
-Vm::Vm(Engine& engine) : Owner(engine) {}
+Vm::Vm(Engine& engine) : Owner(engine), Call{engine, engine.Memory, NyxString()} {}
 
 Vm::~Vm() {
     std::free(StackBase);
@@ -238,7 +238,6 @@ bool Vm::Execute(std::size_t baseFrame, Value& result, RuntimeError& error) {
         message.Printf(__VA_ARGS__);    \
         goto failure;                   \
     } while (0)
-#define FAIL_WITH_MESSAGE() goto failure
 #define COUNT_STEP()                                               \
     do {                                                           \
         if (--StepsToCheck == 0 && !CheckBudget(message)) goto failure; \
@@ -816,8 +815,8 @@ op_Call: {
     }
     frame->Ip = ip;
     Top = sp;
-    NyxString nativeError;
-    Variable* returned = native->Function(&engine.Owner, passed, count, nativeError);
+    NativeError.Clear();
+    Variable* returned = native->Function(&engine.Owner, passed, count, NativeError);
     for (unsigned i = 0; i < count; ++i) {
         if (made[i]) Variable::Delete(passed[i]);
         Release(arguments[i]);
@@ -828,8 +827,8 @@ op_Call: {
         const bool converted = ValueFromVariable(returned, memory, value, message);
         Variable::Delete(returned);
         if (!converted) goto failure;
-    } else if (nativeError.IsNotEmpty()) {
-        message = nativeError;
+    } else if (NativeError.IsNotEmpty()) {
+        message = NativeError;
         goto failure;
     }
     if ((in.B & kResultUsedBit) != 0 && value.kind == Kind::None) FAIL("'%S' gives no value", &site.Name);
@@ -846,11 +845,10 @@ op_CallBuiltinUpdate: {
         std::memmove(static_cast<void*>(arguments + 1), static_cast<const void*>(arguments), (in.B - 1u) * sizeof(Value));
         arguments[0] = taken;
     }
-    CallContext call{engine, memory, NyxString()};
     Value value = Value::MakeNone();
     frame->Ip = ip;
     Top = sp;
-    const bool ok = function.Code(call, arguments, in.B, value);
+    const bool ok = function.Code(Call, arguments, in.B, value);
     if (in.Op == Opcode::CallBuiltinUpdate) {
         // The changed first argument goes on top, to be stored back.
         Value changed = arguments[0];
@@ -859,7 +857,7 @@ op_CallBuiltinUpdate: {
         if (!ok) {
             Release(changed);
             Release(value);
-            message = call.Error;
+            message = Call.Error;
             goto failure;
         }
         *sp++ = value;
@@ -870,7 +868,7 @@ op_CallBuiltinUpdate: {
     sp = arguments;
     if (!ok) {
         Release(value);
-        message = call.Error;
+        message = Call.Error;
         goto failure;
     }
     if (value.kind == Kind::None && function.Result != StaticType::None) FAIL("'%s' gives no value", function.Name);
@@ -882,23 +880,22 @@ op_ReturnValue: {
     Value value = Value::MakeNone();
     if (in.Op == Opcode::ReturnValue) value = *--sp;
     for (Value* slot = slots; slot < sp; ++slot) Release(*slot);
-    ReleaseProcedure(proc);
     Frames.pop_back();
     if (Frames.size() == baseFrame) {
+        ReleaseProcedure(proc);
         Top = slots;
         result = value;
         return true;
     }
-    const NyxString returningName = proc->Name;
+    const Instruction& call = Frames.back().Ip[-1];
+    const bool missing = call.Op == Opcode::Call && (call.B & kResultUsedBit) != 0 && value.kind == Kind::None;
+    if (missing) message.Printf("'%S' gives no value", &proc->Name);
+    ReleaseProcedure(proc);
     Value* returnSlot = slots;
     LOAD_FRAME();
     sp = returnSlot;
     *sp++ = value;
-    const Instruction& call = ip[-1];
-    if (call.Op == Opcode::Call && (call.B & kResultUsedBit) != 0 && value.kind == Kind::None) {
-        in = call;
-        FAIL("'%S' gives no value", &returningName);
-    }
+    if (missing) goto failure;  // reported at the caller's line
     NEXT();
 }
 op_Print:
@@ -922,7 +919,6 @@ failure:
 
 #undef NEXT
 #undef FAIL
-#undef FAIL_WITH_MESSAGE
 #undef COUNT_STEP
 #undef LOAD_FRAME
 #undef SITE_VARIABLE

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "outside/quince/Library.h"
 #include "outside/quince/Procedure.h"
 #include "outside/quince/Value.h"
 #include "values/NyxString.h"
@@ -60,6 +61,8 @@ private:
     uint32_t StepsToCheck = 0;    // counts down to the next look at steps and clock
     int64_t Deadline = 0;         // monotonic milliseconds; 0: none; -1: set at the first look
     NyxString Message;            // the failure being raised (kept to spare a string per run)
+    NyxString NativeError;        // what a native function reports
+    CallContext Call;             // handed to the built-in functions
 };
 
 }  // namespace quince
