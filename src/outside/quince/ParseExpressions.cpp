@@ -268,7 +268,8 @@ ExprInfo Parser::ParseCall(std::string_view name, bool resultUsed, bool hasParen
     if (const BuiltinFunction* builtin = FindBuiltin(name, &number)) {
         return ParseBuiltinCall(number, *builtin, resultUsed, hasParentheses);
     }
-    const Signature* signature = FindSignature(name);
+    Signature known;
+    const Signature* signature = FindSignature(name, known) ? &known : nullptr;
     const unsigned site = AddCallSite(name);
     if (hasParentheses) Advance();
     const unsigned count = ParseProcedureArguments(signature, name, hasParentheses);

@@ -412,14 +412,16 @@ void Parser::EmitReference(const ResolvedName& name) {
 }
 
 // A procedure of this text (found by the prescan) or one the context holds.
-const Parser::Signature* Parser::FindSignature(std::string_view name) const {
+bool Parser::FindSignature(std::string_view name, Signature& signature) const {
     auto found = Signatures.find(std::string(name));
-    if (found != Signatures.end()) return &found->second;
-    static thread_local Signature fromContext;
+    if (found != Signatures.end()) {
+        signature = found->second;
+        return true;
+    }
     const Procedure* procedure = Owner.FindProcedure(name);
-    if (procedure == nullptr) return nullptr;
-    fromContext.Parameters = procedure->Parameters;
-    return &fromContext;
+    if (procedure == nullptr) return false;
+    signature.Parameters = procedure->Parameters;
+    return true;
 }
 
 // Reads the procedure headers of the text ahead of compiling, so that a call

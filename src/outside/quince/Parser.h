@@ -126,7 +126,7 @@ private:
     void EmitReference(const ResolvedName& name);
     void EmitStoreLocal(unsigned slot, DeclaredType type, StaticType valueType, bool initializes);
     void MarkJumpTarget();
-    const Signature* FindSignature(std::string_view name) const;
+    bool FindSignature(std::string_view name, Signature& signature) const;
     void Prescan();
     void BeginFunction(FunctionState& state, Procedure* procedure);
     void EndFunction();

@@ -205,6 +205,15 @@ TEST_F(QuinceContextTest, CallerFindsAReplacedProcedure) {
               "12<p><b>Quince error</b> in <b>page.vxl</b> line <b>2</b>: unknown procedure 'callee'</p>\n");
 }
 
+TEST_F(QuinceContextTest, RefParameterOfAProcedureCompiledEarlierIsKnownAfterANestedCall) {
+    ASSERT_NE(Compile("proc store(int value, ref int target)\n  target = value\nendproc\n"
+                      "proc sum(int a, int b)\n  return a + b\nendproc\n"),
+              0);
+    ASSERT_NE(Compile("proc p()\n  int x = 0\n  store(sum(1, 2), x)\n  println x\nendproc\n"), 0);
+    EXPECT_NE(Context.RunProcedure(NyxString("p"), nullptr), 0);
+    EXPECT_EQ(Output.ToStd(), "3\n");
+}
+
 TEST_F(QuinceContextTest, StructuredMeansTheFirstStatementIsProc) {
     auto structured = [this](const char* text) {
         NyxString buffer(text);
