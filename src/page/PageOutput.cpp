@@ -13,14 +13,25 @@ constexpr unsigned kFlushThreshold = 4096;
 void VexlPage::AppendOutput(const NyxString& text) { AppendOutput(text.GetString(), text.GetSize()); }
 
 void VexlPage::AppendOutput(const char* text, unsigned size) {
+    NyxString& sink = Sink();
+    sink.AppendBytes(text, size);
+    if (sink.GetLength() >= kFlushThreshold) FlushOutput();
+}
+
+void VexlPage::AppendOutput(const HtmlObject& object) {
+    NyxString& sink = Sink();
+    object.AppendOutputTo(sink);
+    if (sink.GetLength() >= kFlushThreshold) FlushOutput();
+}
+
+NyxString& VexlPage::Sink() {
     if (Output == nullptr) {
         // A child page shares this buffer; it lives as long as the page.
         if (OwnBuffer == nullptr) OwnBuffer = new NyxString();
         Output = OwnBuffer;
         OutputIsExternal = false;
     }
-    Output->AppendBytes(text, size);
-    if (Output->GetLength() >= kFlushThreshold) FlushOutput();
+    return *Output;
 }
 
 void VexlPage::PrintOutput(NyxString format, ...) {

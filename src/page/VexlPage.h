@@ -40,6 +40,7 @@ public:
 
     void AppendOutput(const NyxString& text);
     void AppendOutput(const char* text, unsigned size);
+    void AppendOutput(const HtmlObject& object);  // its Output(), without a temporary
     void PrintOutput(NyxString format, ...);
     void FlushOutput();
     void ErrorOutput(unsigned line, const NyxString& format, ...);
@@ -89,6 +90,7 @@ private:
     bool LoadHtmlModule();
 
     void ReadLimits();
+    NyxString& Sink();  // Output, made on first use
 
     NyxString* OwnBuffer = nullptr;  // the page's own buffer, kept alive for child pages
     WalkBudget OwnWalks;

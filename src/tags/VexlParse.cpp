@@ -87,17 +87,17 @@ void VexlParse::WriteDefault(HtmlObject* entry) {
             Page->AppendOutput(entry->GetText());
             return;
         }
-        NyxString text = entry->Output();
+        NyxString text = entry->GetText();
         TranslateText(text);
         Page->AppendOutput(text);
         return;
     }
     if (CanEvaluateTag(entry)) {
         HtmlObject* evaluated = EvaluateTag(entry);
-        Page->AppendOutput(evaluated->Output());
+        Page->AppendOutput(*evaluated);
         delete evaluated;
     } else {
-        Page->AppendOutput(entry->Output());
+        Page->AppendOutput(*entry);
     }
     if (!(entry->GetTagId() == TagId::Textarea && !entry->IsEndTag())) Page->AppendOutput("\n", 1);
 }

@@ -18,17 +18,19 @@ bool ReadWholeFile(const NyxString& path, std::string& contents) {
     if (path.IsEmpty()) return false;
     std::FILE* file = std::fopen(path.GetString(), "rb");
     if (file == nullptr) return false;
-    // The size is only a hint: a folder opens but fails on reading below.
+    // The size is only a hint (a folder opens but fails on reading below, a
+    // pipe or a growing file reads past it): the buffer starts at the size and
+    // doubles when the file holds more.
     std::error_code error;
     const std::filesystem::path name(path.ToStd());
+    std::size_t room = kReadChunk;
     if (std::filesystem::is_regular_file(name, error)) {
         const std::uintmax_t size = std::filesystem::file_size(name, error);
-        if (!error && size < contents.max_size()) contents.reserve(static_cast<std::size_t>(size) + 1);
+        if (!error && size < contents.max_size() / 2) room = static_cast<std::size_t>(size) + 1;
     }
-    // Read until the end, whatever the size said: the file may be a pipe or growing.
     std::size_t used = 0;
     while (true) {
-        if (contents.size() < used + kReadChunk) contents.resize(std::max(used + kReadChunk, contents.capacity()));
+        if (contents.size() < used + 1) contents.resize(std::max(room, contents.size() * 2));
         const std::size_t got = std::fread(contents.data() + used, 1, contents.size() - used, file);
         used += got;
         if (got == 0) break;

@@ -94,7 +94,7 @@ void NyxString::SetSizeInternal(unsigned size) {
     Buffer[size] = '\0';
 }
 
-void NyxString::AppendBytes(const char* data, std::size_t size) {
+void NyxString::AppendBytesSlow(const char* data, std::size_t size) {
     if (size == 0) return;
     const unsigned total = Size + static_cast<unsigned>(size);
     if (data >= Buffer && data <= Buffer + Size) {
@@ -129,7 +129,7 @@ void NyxString::Append(const NyxString& other, unsigned count) {
     AppendBytes(other.Buffer, n);
 }
 
-void NyxString::Append(char c, unsigned count) {
+void NyxString::AppendRepeated(char c, unsigned count) {
     if (count == 0) return;
     Grow(Size + count);
     std::memset(Buffer + Size, c, count);

@@ -5,6 +5,7 @@
 
 #include <cstdarg>
 #include <cstddef>
+#include <cstring>
 #include <string>
 #include <string_view>
 
@@ -45,8 +46,27 @@ public:
     // Appending.
     void Append(const char* text, unsigned count = kAll, Encoding_e encoding = Encoding_Default);
     void Append(const NyxString& other, unsigned count = kAll);
-    void Append(char c, unsigned count = 1);
-    void AppendBytes(const char* data, std::size_t size);
+    void Append(char c, unsigned count = 1) {
+        if (count == 1 && Size < Capacity) {
+            Buffer[Size] = c;
+            Buffer[++Size] = '\0';
+            Length = Size;
+            return;
+        }
+        AppendRepeated(c, count);
+    }
+    // The hot path of every append: room enough and a source outside this string.
+    void AppendBytes(const char* data, std::size_t size) {
+        if (size == 0) return;
+        if (size <= Capacity - Size && (data + size <= Buffer || data > Buffer + Capacity)) {
+            std::memcpy(Buffer + Size, data, size);
+            Size += static_cast<unsigned>(size);
+            Length = Size;
+            Buffer[Size] = '\0';
+            return;
+        }
+        AppendBytesSlow(data, size);
+    }
 
     // Access.
     const char* GetString() const { return Buffer; }
@@ -129,6 +149,8 @@ public:
 
 private:
     void Grow(unsigned needed);
+    void AppendBytesSlow(const char* data, std::size_t size);
+    void AppendRepeated(char c, unsigned count);
     void SetSizeInternal(unsigned size);
     bool MatchImpl(const char* pattern, bool caseSensitive) const;
 

@@ -27,6 +27,8 @@ struct GoldenCase {
     fs::path Page;
 };
 
+void PrintTo(const GoldenCase& golden, std::ostream* out) { *out << golden.Page.string(); }
+
 std::string ReadFile(const fs::path& path) {
     std::ifstream in(path, std::ios::binary);
     std::ostringstream text;
