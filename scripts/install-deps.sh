@@ -10,6 +10,7 @@ packages=(
   libsqlite3-dev sqlite3                              # the translation store
   clang libclang-rt-14-dev                            # fuzzing (libFuzzer)
   python3 perl                                        # test tools and foreign-script tests
+  libfcgi-dev                                         # the FastCGI front end
 )
 
 is_installed() {
