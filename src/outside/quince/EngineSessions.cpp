@@ -77,7 +77,9 @@ void Engine::ExpireSessions(unsigned ageSeconds) {
 void Engine::SetSessionId(unsigned id) {
     SessionId = id;
     SessionIdSet = true;
-    if (SessionStore* store = GetSessionStore()) store->Touch(id);
+    // No touch here: the caller expires idle sessions next, and this request
+    // must not make its own session look active before that. The end of the
+    // request touches it.
 }
 
 bool Engine::DeclareSessionVariable(std::string_view name, DeclaredType type, Value& initial, NyxString& error) {
@@ -114,7 +116,7 @@ bool Engine::DeclareSessionVariable(std::string_view name, DeclaredType type, Va
 }
 
 void Engine::SaveSessionVariables() {
-    if (!SessionIdSet || Sessions.Count() == 0) return;
+    if (!SessionIdSet) return;
     SessionStore* store = GetSessionStore();
     if (store == nullptr) return;
     for (unsigned i = 0; i < Sessions.Count(); ++i) store->Save(SessionId, *Sessions.At(i));
