@@ -76,6 +76,9 @@ void VexlPage::SetIniPath(const NyxString& path) {
     Context->SetIniDir(parser.GetDrive() + parser.GetDir());
     Context->SetIniPath(path);
     ReadLimits();
+    // The configuration may name other module folders than the defaults.
+    HtmlFileToVariableFn = nullptr;
+    LoadHtmlModule();
 }
 
 // Reads the page's own bounds from section "QuinceConfig"; a missing or

@@ -224,11 +224,6 @@ int Engine::RegisterFunction(const NyxString& name, QuinceNativeFunction functio
 bool Engine::LoadFunctionModule(const NyxString& name, const NyxString& folders, void** handle) {
     if (handle != nullptr) *handle = nullptr;
     if (name.IsEmpty()) return false;
-    auto loaded = LoadedModules.find(name.View());
-    if (loaded != LoadedModules.end()) {
-        if (handle != nullptr) *handle = loaded->second;
-        return true;
-    }
     NyxString searchPath = folders;
     if (searchPath.IsEmpty()) searchPath = ReadConfig("ModulePath");
     if (searchPath.IsEmpty()) {
@@ -238,8 +233,15 @@ bool Engine::LoadFunctionModule(const NyxString& name, const NyxString& folders,
         const unsigned slash = program.FindLast("/");
         if (slash != NyxString::kAll) searchPath.Append(program.GetSubstring(0, slash));
     }
+    // The search comes first, so that a configuration that names other
+    // folders is obeyed even after the module was loaded from elsewhere.
     const NyxString path = PathSearch(searchPath, name);
     if (path.IsEmpty()) return false;
+    auto loaded = LoadedModules.find(path.View());
+    if (loaded != LoadedModules.end()) {
+        if (handle != nullptr) *handle = loaded->second;
+        return true;
+    }
     void* module = ModuleOpen(path);
     if (module == nullptr) return false;
     if (auto init = reinterpret_cast<QuinceModuleInitFunction>(ModuleSymbol(module, kQuinceModuleInitName))) {
@@ -249,7 +251,7 @@ bool Engine::LoadFunctionModule(const NyxString& name, const NyxString& folders,
         }
     }
     Modules.push_back(module);
-    LoadedModules.emplace(name.ToStd(), module);
+    LoadedModules.emplace(path.ToStd(), module);
     if (handle != nullptr) *handle = module;
     return true;
 }

@@ -192,7 +192,7 @@ private:
 
     TextMap<std::unique_ptr<NativeFunction>> Natives;
     std::vector<void*> Modules;  // loaded; closed with the engine
-    TextMap<void*> LoadedModules;  // by the name they were asked for
+    TextMap<void*> LoadedModules;  // by the path they were found at
 
     TextMap<CachedExpression*> Expressions;
 
