@@ -18,9 +18,11 @@ void VexlPage::AppendOutput(const char* text, unsigned size) {
     if (sink.GetLength() >= kFlushThreshold) FlushOutput();
 }
 
-void VexlPage::AppendOutput(const HtmlObject& object) {
+void VexlPage::AppendOutput(const HtmlObject& object) { AppendOutput(object, nullptr, 0); }
+
+void VexlPage::AppendOutput(const HtmlObject& object, const NyxString* const* replacements, unsigned count) {
     NyxString& sink = Sink();
-    object.AppendOutputTo(sink);
+    object.AppendOutputTo(sink, replacements, count);
     if (sink.GetLength() >= kFlushThreshold) FlushOutput();
 }
 

@@ -41,6 +41,8 @@ public:
     void AppendOutput(const NyxString& text);
     void AppendOutput(const char* text, unsigned size);
     void AppendOutput(const HtmlObject& object);  // its Output(), without a temporary
+    // Its Output() with some parameter values replaced (see HtmlObject).
+    void AppendOutput(const HtmlObject& object, const NyxString* const* replacements, unsigned count);
     void PrintOutput(NyxString format, ...);
     void FlushOutput();
     void ErrorOutput(unsigned line, const NyxString& format, ...);

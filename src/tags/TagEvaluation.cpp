@@ -42,19 +42,23 @@ HtmlObject* VexlBase::EvaluateTag(HtmlObject* tag) {
 }
 
 HtmlTagParam* VexlBase::EvaluateTagParam(HtmlTagParam* param) {
-    if (!HasExpressionForm(param->GetValue())) return new HtmlTagParam(*param);
+    NyxString text;
+    if (!EvaluateParamText(param->GetValue(), text)) return new HtmlTagParam(*param);
+    return new HtmlTagParam(param->GetName(), text, 0);
+}
 
+bool VexlBase::EvaluateParamText(const NyxString& expression, NyxString& text) {
+    if (!HasExpressionForm(expression)) return false;
+    text.Clear();
     Variable* value = nullptr;
     ExpressionCompiler compiler(Page->Context);
-    if (compiler.CompileExpression(param->GetValue(), NyxString()) != 0) {
+    if (compiler.CompileExpression(expression, NyxString()) != 0) {
         Stack stack;
         compiler.EvaluateExpression(&stack);
         value = stack.PopVariable();
         compiler.ClearExpression();
     }
-    if (value == nullptr) return new HtmlTagParam(param->GetName(), NyxString(), 0);
-
-    NyxString text;
+    if (value == nullptr) return true;
     switch (value->GetTypeId()) {
     case Variable::TypeString:
         text = value->GetStringValue();
@@ -67,5 +71,5 @@ HtmlTagParam* VexlBase::EvaluateTagParam(HtmlTagParam* param) {
         break;
     }
     Variable::Delete(value);
-    return new HtmlTagParam(param->GetName(), text, 0);
+    return true;
 }

@@ -32,6 +32,9 @@ public:
     VexlPage* Page;  // not owned; outlives the handler
 
 protected:
+    // The text of a parameter written as "(expression)": its value by type,
+    // or empty when the expression fails. False for a value of any other form.
+    bool EvaluateParamText(const NyxString& value, NyxString& text);
     // Walks a file as a page of its own on a child page that shares the
     // context and the output; the child's temporary files go to this page.
     void WalkFileOnChildPage(const NyxString& path);

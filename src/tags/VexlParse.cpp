@@ -2,6 +2,8 @@
 // tag id to its handler.
 #include "tags/VexlParse.h"
 
+#include <vector>
+
 #include "blocks/VexlAnchor.h"
 #include "blocks/VexlIf.h"
 #include "blocks/VexlInclude.h"
@@ -93,9 +95,17 @@ void VexlParse::WriteDefault(HtmlObject* entry) {
         return;
     }
     if (CanEvaluateTag(entry)) {
-        HtmlObject* evaluated = EvaluateTag(entry);
-        Page->AppendOutput(*evaluated);
-        delete evaluated;
+        // What EvaluateTag's copy would print, without making the copy: every
+        // parameter in order, expressions replaced by their values.
+        const unsigned count = entry->GetCount();
+        std::vector<NyxString> texts(count);
+        std::vector<const NyxString*> replacements(count, nullptr);
+        for (unsigned i = 0; i < count; ++i) {
+            if (EvaluateParamText(entry->GetEntry(static_cast<int>(i) + 1)->GetValue(), texts[i])) {
+                replacements[i] = &texts[i];
+            }
+        }
+        Page->AppendOutput(*entry, replacements.data(), count);
     } else {
         Page->AppendOutput(*entry);
     }

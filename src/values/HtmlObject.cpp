@@ -61,7 +61,9 @@ NyxString HtmlObject::Output() const {
     return out;
 }
 
-void HtmlObject::AppendOutputTo(NyxString& out) const {
+void HtmlObject::AppendOutputTo(NyxString& out) const { AppendOutputTo(out, nullptr, 0); }
+
+void HtmlObject::AppendOutputTo(NyxString& out, const NyxString* const* replacements, unsigned count) const {
     if (TagIdValue == TagId::Text) {
         const NyxString& text = GetText();
         out.AppendBytes(text.GetString(), text.GetSize());
@@ -77,7 +79,17 @@ void HtmlObject::AppendOutputTo(NyxString& out) const {
     }
     out.AppendBytes(label.GetString(), label.GetSize());
     for (unsigned i = 1; i <= GetCount(); ++i) {
-        static_cast<const HtmlTagParam*>(NodeList::GetEntry(i))->AppendOutputTo(out);
+        const auto* param = static_cast<const HtmlTagParam*>(NodeList::GetEntry(i));
+        const NyxString* replacement = i <= count ? replacements[i - 1] : nullptr;
+        if (replacement == nullptr) {
+            param->AppendOutputTo(out);
+            continue;
+        }
+        out.Append(' ');
+        out.AppendBytes(param->GetName().GetString(), param->GetName().GetSize());
+        out.AppendBytes("=\"", 2);
+        out.AppendBytes(replacement->GetString(), replacement->GetSize());
+        out.Append('"');
     }
     if (ClosingForm == Closing::Slash) out.Append('/');
     if (ClosingForm == Closing::BlankSlash) out.Append(" /");

@@ -57,6 +57,10 @@ public:
     NyxString Output() const;
     // The same text, appended to `out` without a temporary.
     void AppendOutputTo(NyxString& out) const;
+    // The same, with the values of some parameters replaced: where
+    // replacements[i - 1] is set, parameter i comes out as name="replacement",
+    // as a copy holding that value would. `count` is the size of the array.
+    void AppendOutputTo(NyxString& out, const NyxString* const* replacements, unsigned count) const;
 
 private:
     friend class HtmlObjectArena;
