@@ -16,25 +16,31 @@ template <class RoleOf>
 std::vector<int> AnswerAll(const HtmlObjectList& list, int runOut, RoleOf roleOf) {
     const int count = static_cast<int>(list.GetCount());
     std::vector<int> answers(static_cast<std::size_t>(count), runOut);
-    std::vector<std::vector<int>> frames(1);
+    // The frames lie one after the other in `pending`; `frameStarts` holds
+    // where each begins, so that no frame needs a block of its own.
+    std::vector<int> pending;
+    std::vector<std::size_t> frameStarts(1, 0);
+    auto answerTopFrame = [&](int j) {
+        for (std::size_t q = frameStarts.back(); q < pending.size(); ++q)
+            answers[static_cast<std::size_t>(pending[q])] = j;
+        pending.resize(frameStarts.back());
+    };
     for (int j = 0; j < count; ++j) {
         switch (roleOf(*list.GetEntry(j))) {
         case Role::Open:
-            frames.emplace_back();
+            frameStarts.push_back(pending.size());
             break;
         case Role::Stop:
-            for (int query : frames.back()) answers[static_cast<std::size_t>(query)] = j;
-            frames.back().clear();
+            answerTopFrame(j);
             break;
         case Role::Close:
-            for (int query : frames.back()) answers[static_cast<std::size_t>(query)] = j;
-            frames.back().clear();
-            if (frames.size() > 1) frames.pop_back();
+            answerTopFrame(j);
+            if (frameStarts.size() > 1) frameStarts.pop_back();
             break;
         case Role::None:
             break;
         }
-        frames.back().push_back(j);
+        pending.push_back(j);
     }
     return answers;
 }

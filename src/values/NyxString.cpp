@@ -9,6 +9,7 @@
 #include <cstring>
 #include <cwchar>
 #include <new>
+#include <string>
 
 namespace {
 
@@ -43,7 +44,7 @@ int NyxStrICmp(const char* a, const char* b) {
     }
 }
 
-NyxString::NyxString() : Buffer(Inline), Capacity(kInline), Length(0), Size(0) { Inline[0] = '\0'; }
+NyxString::NyxString() : Buffer(Inline), Capacity(kInline), Size(0) { Inline[0] = '\0'; }
 
 NyxString::NyxString(const char* text) : NyxString() {
     if (text != nullptr) AppendBytes(text, std::strlen(text));
@@ -66,14 +67,13 @@ NyxString::NyxString(NyxString&& other) noexcept : NyxString() {
         other.Buffer = other.Inline;
         other.Capacity = kInline;
     }
-    Length = Size = other.Size;
-    other.Length = other.Size = 0;
+    Size = other.Size;
+    other.Size = 0;
     other.Buffer[0] = '\0';
 }
 
 NyxString::~NyxString() {
     if (Buffer != Inline) std::free(Buffer);
-    delete[] WideCache;
 }
 
 void NyxString::Grow(unsigned needed) {
@@ -90,7 +90,7 @@ void NyxString::Grow(unsigned needed) {
 void NyxString::Reserve(unsigned capacity) { Grow(capacity); }
 
 void NyxString::SetSizeInternal(unsigned size) {
-    Size = Length = size;
+    Size = size;
     Buffer[size] = '\0';
 }
 
@@ -199,7 +199,7 @@ NyxString& NyxString::operator=(NyxString&& other) noexcept {
             Capacity = other.Capacity;
             other.Buffer = other.Inline;
             other.Capacity = kInline;
-            Length = Size = other.Size;
+            Size = other.Size;
         } else {
             SetLength(0);
             AppendBytes(other.Buffer, other.Size);
@@ -207,11 +207,11 @@ NyxString& NyxString::operator=(NyxString&& other) noexcept {
     } else {
         Buffer = other.Buffer;
         Capacity = other.Capacity;
-        Length = Size = other.Size;
+        Size = other.Size;
         other.Buffer = other.Inline;
         other.Capacity = kInline;
     }
-    other.Length = other.Size = 0;
+    other.Size = 0;
     other.Buffer[0] = '\0';
     return *this;
 }
@@ -251,12 +251,13 @@ unsigned NyxString::SizeOfNULL(Encoding_e encoding) {
     return encoding == Encoding_TCHAR ? static_cast<unsigned>(sizeof(wchar_t)) : 1;
 }
 
+// The wide form lives in one buffer per thread, valid until the thread's next
+// call: no string pays for a pointer it almost never uses.
 const wchar_t* NyxString::GetTCHAR() const {
-    delete[] WideCache;
-    WideCache = new wchar_t[Size + 1];
-    for (unsigned i = 0; i < Size; ++i) WideCache[i] = static_cast<unsigned char>(Buffer[i]);
-    WideCache[Size] = L'\0';
-    return WideCache;
+    thread_local std::wstring wide;
+    wide.assign(Buffer, Buffer + Size);
+    for (wchar_t& c : wide) c = static_cast<unsigned char>(c);
+    return wide.c_str();
 }
 
 unsigned NyxString::GetSizeTCHAR() const { return GetSize(Encoding_TCHAR); }
