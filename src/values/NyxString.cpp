@@ -44,7 +44,7 @@ int NyxStrICmp(const char* a, const char* b) {
     }
 }
 
-NyxString::NyxString() : Buffer(Inline), Capacity(kInline), Size(0) { Inline[0] = '\0'; }
+NyxString::NyxString() : Buffer(Inline), Capacity(kInline), Length(0), Size(0) { Inline[0] = '\0'; }
 
 NyxString::NyxString(const char* text) : NyxString() {
     if (text != nullptr) AppendBytes(text, std::strlen(text));
@@ -67,8 +67,8 @@ NyxString::NyxString(NyxString&& other) noexcept : NyxString() {
         other.Buffer = other.Inline;
         other.Capacity = kInline;
     }
-    Size = other.Size;
-    other.Size = 0;
+    Length = Size = other.Size;
+    other.Length = other.Size = 0;
     other.Buffer[0] = '\0';
 }
 
@@ -90,7 +90,7 @@ void NyxString::Grow(unsigned needed) {
 void NyxString::Reserve(unsigned capacity) { Grow(capacity); }
 
 void NyxString::SetSizeInternal(unsigned size) {
-    Size = size;
+    Size = Length = size;
     Buffer[size] = '\0';
 }
 
@@ -199,7 +199,7 @@ NyxString& NyxString::operator=(NyxString&& other) noexcept {
             Capacity = other.Capacity;
             other.Buffer = other.Inline;
             other.Capacity = kInline;
-            Size = other.Size;
+            Length = Size = other.Size;
         } else {
             SetLength(0);
             AppendBytes(other.Buffer, other.Size);
@@ -207,11 +207,11 @@ NyxString& NyxString::operator=(NyxString&& other) noexcept {
     } else {
         Buffer = other.Buffer;
         Capacity = other.Capacity;
-        Size = other.Size;
+        Length = Size = other.Size;
         other.Buffer = other.Inline;
         other.Capacity = kInline;
     }
-    other.Size = 0;
+    other.Length = other.Size = 0;
     other.Buffer[0] = '\0';
     return *this;
 }

@@ -50,6 +50,7 @@ public:
         if (count == 1 && Size < Capacity) {
             Buffer[Size] = c;
             Buffer[++Size] = '\0';
+            Length = Size;
             return;
         }
         AppendRepeated(c, count);
@@ -60,6 +61,7 @@ public:
         if (size <= Capacity - Size && (data + size <= Buffer || data > Buffer + Capacity)) {
             std::memcpy(Buffer + Size, data, size);
             Size += static_cast<unsigned>(size);
+            Length = Size;
             Buffer[Size] = '\0';
             return;
         }
@@ -70,15 +72,15 @@ public:
     const char* GetString() const { return Buffer; }
     const char* GetString(Encoding_e encoding) const;
     unsigned GetCapacity() const { return Capacity; }
-    unsigned GetLength() const { return Size; }
+    unsigned GetLength() const { return Length; }
     unsigned GetSize() const { return Size; }
     unsigned GetSize(Encoding_e encoding) const;
     static unsigned SizeOfNULL(Encoding_e encoding);
     // Valid until the next GetTCHAR call of the same thread.
     const wchar_t* GetTCHAR() const;
     unsigned GetSizeTCHAR() const;
-    bool IsEmpty() const { return Size == 0; }
-    bool IsNotEmpty() const { return Size != 0; }
+    bool IsEmpty() const { return Length == 0; }
+    bool IsNotEmpty() const { return Length != 0; }
     char operator[](unsigned position) const { return position < Size ? Buffer[position] : '\0'; }
     std::string_view View() const { return {Buffer, Size}; }
     std::string ToStd() const { return std::string(Buffer, Size); }
@@ -157,6 +159,7 @@ private:
 
     char* Buffer;                    // never null; NUL-terminated
     unsigned Capacity;               // bytes available, terminator excluded
+    unsigned Length;                 // characters; equals Size
     unsigned Size;                   // bytes, terminator excluded
     char Inline[kInline + 1];
 };
