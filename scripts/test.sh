@@ -1,8 +1,11 @@
 #!/usr/bin/env bash
 # Builds and runs every test (what CI runs): installs the dependencies, then
 #   1. a normal build with every test,
-#   2. the same under AddressSanitizer and UndefinedBehaviorSanitizer,
-#   3. a clang libFuzzer build, each fuzz target run for a short while.
+#   2. the end-to-end test: the example site behind lighttpd (CGI and
+#      FastCGI), driven by headless Chromium,
+#   3. the same build and tests under AddressSanitizer and
+#      UndefinedBehaviorSanitizer,
+#   4. a clang libFuzzer build, each fuzz target run for a short while.
 # Made to finish well within 30 minutes on 2 cores.
 set -euo pipefail
 
@@ -37,6 +40,10 @@ cmake -S . -B build/ci-release -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DVEXL
 cmake --build build/ci-release -j"$jobs"
 step "release tests"
 run_tests release build/ci-release
+
+step "end-to-end: lighttpd and Chromium"
+bash scripts/e2e/run.sh build/ci-release 2>&1 | tee "$logs/e2e.log"
+summaries+=("end-to-end:" "$(grep -E '^e2e: ' "$logs/e2e.log" | tail -n 1)")
 
 step "sanitizer build (ASan + UBSan)"
 cmake -S . -B build/ci-asan -G Ninja -DCMAKE_BUILD_TYPE=Debug -DVEXL_SANITIZE=ON -DVEXL_BENCH=OFF
