@@ -3,7 +3,6 @@
 // that file's content comes into the page, as text or walked as a page.
 #include <cstdio>
 #include <cstdlib>
-#include <sys/stat.h>
 
 #include "outside/foundation/Files.h"
 #include "outside/foundation/IniFile.h"
@@ -52,7 +51,7 @@ void VexlScript::ExecuteNonQuinceScript(NyxString& interpreter, HtmlObject* tag,
 }
 
 NyxString VexlScript::ExecuteScriptFile(NyxString& interpreter, const NyxString& script) {
-    chmod(script.GetString(), 0600);
+    FileSetMode(script, 0600);
     NyxString output;
     output.Printf("%S.out", &script);
     NyxString command;

@@ -94,6 +94,11 @@ unsigned FileGetMode(const NyxString& path) {
     return static_cast<unsigned>(facts.st_mode);
 }
 
+int FileSetMode(const NyxString& path, unsigned mode) {
+    if (!IsNativePath(path)) return -1;
+    return chmod(path.GetString(), static_cast<mode_t>(mode & 07777)) == 0 ? 0 : -1;
+}
+
 bool FileReadAll(const NyxString& path, std::string& contents) {
     contents.clear();
     int handle = FileOpen(path, 0);

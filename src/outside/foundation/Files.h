@@ -33,6 +33,10 @@ int FileExists(const NyxString& path);
 // The st_mode of the path (0x8000 is set on a regular file); 0 if absent.
 unsigned FileGetMode(const NyxString& path);
 
+// Sets the permission bits of the path (0600: read and write for the owner);
+// 0 on success, -1 otherwise.
+int FileSetMode(const NyxString& path, unsigned mode);
+
 // Reads the whole file into `contents`; false (contents emptied) if it
 // cannot be read.
 bool FileReadAll(const NyxString& path, std::string& contents);

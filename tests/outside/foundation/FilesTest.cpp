@@ -147,6 +147,18 @@ TEST(FilesTest, ModeMarksRegularFiles) {
     EXPECT_EQ(FileGetMode(Nyx(folder / "absent")), 0u);
 }
 
+TEST(FilesTest, SetModeChangesOnlyThePermissionBits) {
+    TemporaryFolder folder;
+    std::string path = folder / "script.sh";
+    WriteWhole(path, "x");
+    ASSERT_EQ(FileSetMode(Nyx(path), 0755), 0);
+    EXPECT_EQ(FileGetMode(Nyx(path)) & 07777u, 0755u);
+    ASSERT_EQ(FileSetMode(Nyx(path), 0600), 0);
+    EXPECT_EQ(FileGetMode(Nyx(path)) & 07777u, 0600u);
+    EXPECT_NE(FileGetMode(Nyx(path)) & 0x8000u, 0u);
+    EXPECT_EQ(FileSetMode(Nyx(folder / "absent"), 0600), -1);
+}
+
 TEST(FilesTest, ReadAllKeepsEveryByte) {
     TemporaryFolder folder;
     std::string path = folder / "bytes.bin";
