@@ -40,21 +40,21 @@ bool FormatText(CallContext& call, Value* args, unsigned count, Value& result) {
             out.push_back(c);
             continue;
         }
-        std::string spec = "%";
+        std::string directive = "%";
         ++i;
         while (i < pattern.size() && (pattern[i] == '-' || pattern[i] == '+' || pattern[i] == ' ' || pattern[i] == '#' ||
                                       pattern[i] == '0')) {
-            spec.push_back(pattern[i++]);
+            directive.push_back(pattern[i++]);
         }
         int width = 0;
         const std::size_t widthStart = i;
         if (!ReadNumber(pattern, i, width)) return call.Fail("format: a width above %d", kMaxFormatWidth);
-        spec.append(pattern, widthStart, i - widthStart);
+        directive.append(pattern, widthStart, i - widthStart);
         int precision = -1;
         if (i < pattern.size() && pattern[i] == '.') {
             const std::size_t precisionStart = i++;
             if (!ReadNumber(pattern, i, precision)) return call.Fail("format: a precision above %d", kMaxFormatWidth);
-            spec.append(pattern, precisionStart, i - precisionStart);
+            directive.append(pattern, precisionStart, i - precisionStart);
         }
         while (i < pattern.size() && (pattern[i] == 'l' || pattern[i] == 'h')) ++i;  // C length marks mean nothing here
         if (i >= pattern.size()) return call.Fail("format: the pattern ends inside a conversion");
@@ -70,23 +70,23 @@ bool FormatText(CallContext& call, Value* args, unsigned count, Value& result) {
         switch (conversion) {
             case 'd':
             case 'i':
-                spec.push_back('d');
-                written = std::snprintf(buffer, sizeof buffer, spec.c_str(), static_cast<int>(ToInt(value)));
+                directive.push_back('d');
+                written = std::snprintf(buffer, sizeof buffer, directive.c_str(), static_cast<int>(ToInt(value)));
                 break;
             case 'u': case 'x': case 'X': case 'o':
-                spec.push_back(conversion);
-                written = std::snprintf(buffer, sizeof buffer, spec.c_str(), static_cast<unsigned>(ToInt(value)));
+                directive.push_back(conversion);
+                written = std::snprintf(buffer, sizeof buffer, directive.c_str(), static_cast<unsigned>(ToInt(value)));
                 break;
             case 'c':
-                spec.push_back('c');
-                written = std::snprintf(buffer, sizeof buffer, spec.c_str(), static_cast<int>(static_cast<unsigned char>(ToChar(value))));
+                directive.push_back('c');
+                written = std::snprintf(buffer, sizeof buffer, directive.c_str(), static_cast<int>(static_cast<unsigned char>(ToChar(value))));
                 break;
             case 'f': case 'F': case 'e': case 'E': case 'g': case 'G':
-                spec.push_back(conversion);
-                written = std::snprintf(buffer, sizeof buffer, spec.c_str(), ToDouble(value));
+                directive.push_back(conversion);
+                written = std::snprintf(buffer, sizeof buffer, directive.c_str(), ToDouble(value));
                 break;
             case 's': {
-                spec.push_back('s');
+                directive.push_back('s');
                 NyxString text;
                 std::string item(TextOf(value, text));
                 if (precision >= 0 && item.size() > static_cast<std::size_t>(precision)) item.resize(precision);
@@ -95,13 +95,13 @@ bool FormatText(CallContext& call, Value* args, unsigned count, Value& result) {
                     out.append(item);
                     continue;
                 }
-                written = std::snprintf(buffer, sizeof buffer, spec.c_str(), item.c_str());
+                written = std::snprintf(buffer, sizeof buffer, directive.c_str(), item.c_str());
                 break;
             }
             default:
                 return call.Fail("format: unknown conversion '%%%c'", conversion);
         }
-        if (written < 0) return call.Fail("format: the conversion '%s' failed", spec.c_str());
+        if (written < 0) return call.Fail("format: the conversion '%s' failed", directive.c_str());
         out.append(buffer, static_cast<std::size_t>(written) < sizeof buffer ? static_cast<std::size_t>(written) : sizeof buffer - 1);
         if (out.size() > call.Memory.Limit) return call.OutOfMemory();
     }
