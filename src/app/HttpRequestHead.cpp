@@ -1,6 +1,8 @@
 // HttpRequestHead: parsing of request heads and targets.
 #include "app/HttpRequestHead.h"
 
+#include "app/RequestDecoder.h"
+
 namespace {
 
 bool IsTokenCharacter(char c)
@@ -38,17 +40,6 @@ std::string_view TakeLine(std::string_view& text)
     if (!line.empty() && line.back() == '\r')
         line.remove_suffix(1);
     return line;
-}
-
-int HexValue(char c)
-{
-    if (c >= '0' && c <= '9')
-        return c - '0';
-    if (c >= 'a' && c <= 'f')
-        return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F')
-        return c - 'A' + 10;
-    return -1;
 }
 
 }  // namespace
@@ -130,8 +121,8 @@ bool SplitRequestTarget(std::string_view target, std::string& path, std::string&
         char c = rawPath[i];
         if (c == '#')
             break;
-        if (c == '%' && i + 2 < rawPath.size() && HexValue(rawPath[i + 1]) >= 0 && HexValue(rawPath[i + 2]) >= 0) {
-            c = static_cast<char>(HexValue(rawPath[i + 1]) * 16 + HexValue(rawPath[i + 2]));
+        if (c == '%' && i + 2 < rawPath.size() && HexDigitValue(rawPath[i + 1]) >= 0 && HexDigitValue(rawPath[i + 2]) >= 0) {
+            c = static_cast<char>(HexDigitValue(rawPath[i + 1]) * 16 + HexDigitValue(rawPath[i + 2]));
             i += 2;
             if (c == '\0')
                 return false;

@@ -3,8 +3,6 @@
 
 #include <cstdint>
 
-namespace {
-
 int HexDigitValue(char c)
 {
     if (c >= '0' && c <= '9')
@@ -15,6 +13,8 @@ int HexDigitValue(char c)
         return c - 'A' + 10;
     return -1;
 }
+
+namespace {
 
 char LowerAscii(char c)
 {

@@ -23,6 +23,9 @@ struct FormField {
 
 enum class DecodeStatus { Ok, TooManyFields, Malformed };
 
+// The value of a hexadecimal digit, -1 for any other character.
+int HexDigitValue(char c);
+
 // Decodes one component of a url-encoded text: "+" is a blank, %XX a byte.
 // A "%" not followed by two hex digits stays as it is (links carry raw "%").
 std::string DecodeFormComponent(std::string_view text);
