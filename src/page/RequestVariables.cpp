@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <cstdlib>
 
+#include "page/Contained.h"
 #include "page/VexlPage.h"
 #include "values/VarBoolean.h"
 #include "values/VarChar.h"
@@ -146,6 +147,11 @@ Variable* MakeVariableByLook(const NyxString& value) {
 
 void VexlPage::CreateOneVariable(const NyxString& name, const NyxString& value,
                                  QuinceContext::enum_VarListType list) {
+    Contained([&] { AddRequestVariable(name, value, list); });
+}
+
+void VexlPage::AddRequestVariable(const NyxString& name, const NyxString& value,
+                                  QuinceContext::enum_VarListType list) {
     const unsigned length = name.GetLength();
     const bool marked = length >= 3 && name[length - 2] == '.';
     Variable* variable = nullptr;

@@ -2,6 +2,8 @@
 // HTTP_SESSION_ID and to the caller as the header pair http_session_id.
 #include "page/VexlPage.h"
 
+#include "page/Contained.h"
+
 namespace {
 // A store that claims every number taken is broken; stop drawing after this
 // many tries rather than loop forever, and use the last draw.
@@ -9,6 +11,10 @@ constexpr int kMaxSessionDraws = 1000;
 }  // namespace
 
 unsigned VexlPage::SetSessionId(unsigned id, unsigned expiry) {
+    return ContainedOr(0u, [&] { return ChooseSession(id, expiry); });
+}
+
+unsigned VexlPage::ChooseSession(unsigned id, unsigned expiry) {
     if (id == 0) {
         // 0 means "no session" to every caller, so it is never handed out.
         for (int draw = 0; draw < kMaxSessionDraws; ++draw) {

@@ -2,11 +2,12 @@
 // when the first text needs it and dropped by every TRANSLATION tag.
 #include "outside/foundation/Sql.h"
 #include "page/VexlPage.h"
+#include "page/Contained.h"
 
 void VexlPage::SetTranslationFile(const NyxString& path) {
-    TranslationFile = path;
     delete TranslationDb;
     TranslationDb = nullptr;
+    Contained([&] { TranslationFile = path; });
 }
 
 GenSqlConnection* VexlPage::GetTranslationDb() {

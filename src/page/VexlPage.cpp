@@ -9,6 +9,7 @@
 #include "outside/foundation/Paths.h"
 #include "outside/foundation/Random.h"
 #include "outside/foundation/Sql.h"
+#include "page/Contained.h"
 #include "tags/VexlParse.h"
 #include "values/PathParser.h"
 
@@ -52,16 +53,18 @@ VexlPage::~VexlPage() {
 }
 
 void VexlPage::SetFile(const NyxString& path) {
-    const NyxString fullPath = CompletePath(path);
-    const int handle = FileOpen(fullPath, 0);
-    if (handle == -1) {
-        PrintOutput("<P>Unable to open file '%S'.</P>\n", &fullPath);
-    } else {
-        FileClose(handle);
-    }
-    delete HtmlList;
-    HtmlList = nullptr;
-    HtmlList = new HtmlObjectList(fullPath);
+    Contained([&] {
+        const NyxString fullPath = CompletePath(path);
+        const int handle = FileOpen(fullPath, 0);
+        if (handle == -1) {
+            PrintOutput("<P>Unable to open file '%S'.</P>\n", &fullPath);
+        } else {
+            FileClose(handle);
+        }
+        delete HtmlList;
+        HtmlList = nullptr;
+        HtmlList = new HtmlObjectList(fullPath);
+    });
 }
 
 void VexlPage::SetOutput(NyxString* output) {
@@ -71,14 +74,16 @@ void VexlPage::SetOutput(NyxString* output) {
 }
 
 void VexlPage::SetIniPath(const NyxString& path) {
-    IniPath = path;
-    const PathParser parser(path);
-    Context->SetIniDir(parser.GetDrive() + parser.GetDir());
-    Context->SetIniPath(path);
-    ReadLimits();
-    // The configuration may name other module folders than the defaults.
-    HtmlFileToVariableFn = nullptr;
-    LoadHtmlModule();
+    Contained([&] {
+        IniPath = path;
+        const PathParser parser(path);
+        Context->SetIniDir(parser.GetDrive() + parser.GetDir());
+        Context->SetIniPath(path);
+        ReadLimits();
+        // The configuration may name other module folders than the defaults.
+        HtmlFileToVariableFn = nullptr;
+        LoadHtmlModule();
+    });
 }
 
 // Reads the page's own bounds from section "QuinceConfig"; a missing or
@@ -94,14 +99,24 @@ void VexlPage::ReadLimits() {
 }
 
 bool VexlPage::Process() {
-    ProcessPrePostScripts("Preload");
-    {
-        VexlParse walker(this);
-        walker.Start(0, nullptr);
+    const bool finished = Contained([&] {
+        ProcessPrePostScripts("Preload");
+        if (HtmlList != nullptr) {
+            VexlParse walker(this);
+            walker.Start(0, nullptr);
+        }
         SetSessionCookie();
         FlushOutput();
         DeleteTempFiles();
         Context->ResetContext();
+    });
+    if (!finished) {
+        // Out of memory: say so if there is room for it, and leave no files.
+        Contained([&] {
+            AppendOutput(NyxString("<P>The page could not be finished: the server ran out of memory.</P>\n"));
+            FlushOutput();
+        });
+        Contained([&] { DeleteTempFiles(); });
     }
-    return true;
+    return finished;
 }

@@ -92,6 +92,9 @@ private:
     bool LoadHtmlModule();
 
     void ReadLimits();
+    unsigned ChooseSession(unsigned id, unsigned expiry);  // SetSessionId's work
+    void AddRequestVariable(const NyxString& name, const NyxString& value,
+                            QuinceContext::enum_VarListType list);  // CreateOneVariable's work
     NyxString& Sink();  // Output, made on first use
 
     NyxString* OwnBuffer = nullptr;  // the page's own buffer, kept alive for child pages

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <new>
 #include <string>
 #include <unistd.h>
 
@@ -172,6 +173,18 @@ TEST_F(VexlPageTest, SessionNumbersComeFromTheGeneratorAndSkipTakenOnes) {
     EXPECT_EQ(3, drawn);
     EXPECT_EQ(1234u, next.SetSessionId(1234, 3600));
     EXPECT_EQ(3, drawn);
+}
+
+TEST_F(VexlPageTest, MemoryRunningOutEndsTheCallQuietlyAndThePageStaysUsable) {
+    NyxString output;
+    VexlPage page;
+    page.SetIniPath(Write("site.ini", "[QuinceConfig]\nSessionStore = " + (Folder / "s.db").string() + "\n").c_str());
+    page.SetOutput(&output);
+    page.SetFile(Write("page.vxl", "<p>(<SETVAR name=\"n\" value=\"7\">)</p>").c_str());
+    page.DrawSessionNumber = []() -> unsigned { throw std::bad_alloc(); };
+    EXPECT_EQ(0u, page.SetSessionId(0, 3600));
+    EXPECT_TRUE(page.Process());
+    EXPECT_EQ("<p>\n()</p>\n", output.ToStd());
 }
 
 }  // namespace
