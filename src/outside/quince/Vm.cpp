@@ -13,6 +13,8 @@
 #include <cstring>
 #include <ctime>
 
+#include <sys/mman.h>
+
 #include "outside/quince/Engine.h"
 #include "outside/quince/Library.h"
 #include "outside/quince/VariableBridge.h"
@@ -79,7 +81,7 @@ bool ForContinues(const Value* counter, bool isInteger) {
 Vm::Vm(Engine& engine) : Owner(engine), Call{engine, engine.Memory, NyxString()} {}
 
 Vm::~Vm() {
-    std::free(StackBase);
+    if (StackBase != nullptr) munmap(StackBase, kValueStackSlots * sizeof(Value));
 }
 
 bool Vm::CheckBudget(NyxString& message) {
@@ -171,9 +173,12 @@ void Vm::Unwind(std::size_t baseFrame, Value* top) {
 bool Vm::Run(Procedure* procedure, Value* arguments, unsigned count, Value& result, RuntimeError& error) {
     result = Value::MakeNone();
     if (StackBase == nullptr) {
-        // calloc: the pages are mapped when first touched, so a context that
-        // runs little costs little.
-        StackBase = static_cast<Value*>(std::calloc(kValueStackSlots, sizeof(Value)));
+        // A mapping of its own: its pages are zero and only mapped when first
+        // touched, so a context that runs little costs little. (calloc would
+        // clear all of it on every request once malloc recycles the block.)
+        void* block = mmap(nullptr, kValueStackSlots * sizeof(Value), PROT_READ | PROT_WRITE,
+                           MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+        StackBase = block == MAP_FAILED ? nullptr : static_cast<Value*>(block);
         if (StackBase == nullptr) {
             for (unsigned i = 0; i < count; ++i) Release(arguments[i]);
             error.Message = "out of memory for the value stack";
