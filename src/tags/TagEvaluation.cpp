@@ -1,5 +1,6 @@
 // VexlBase tag evaluation: a parameter whose value is "(expression)" is
 // replaced by the expression's value as text; everything else is copied.
+#include <charconv>
 #include <cmath>
 #include <cstdint>
 
@@ -66,9 +67,13 @@ bool VexlBase::EvaluateParamText(const NyxString& expression, NyxString& text) {
     case Variable::TypeFloat:
         text.Printf("%f", static_cast<double>(value->GetFloatValue()));
         break;
-    default:
-        text.Printf("%lu", static_cast<unsigned long>(TruncateToBits32(value->GetFloatValue())));
+    default: {
+        // What Printf("%lu") gives, without a format to interpret on every visit.
+        char digits[16];
+        const char* end = std::to_chars(digits, digits + sizeof digits, TruncateToBits32(value->GetFloatValue())).ptr;
+        text.AppendBytes(digits, static_cast<std::size_t>(end - digits));
         break;
+    }
     }
     Variable::Delete(value);
     return true;
