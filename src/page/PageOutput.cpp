@@ -26,6 +26,13 @@ void VexlPage::AppendOutput(const HtmlObject& object, const NyxString* const* re
     if (sink.GetLength() >= kFlushThreshold) FlushOutput();
 }
 
+void VexlPage::AppendListedObject(int index) {
+    if (HtmlList == nullptr) return;
+    NyxString& sink = Sink();
+    HtmlList->AppendOutputOf(index, sink);
+    if (sink.GetLength() >= kFlushThreshold) FlushOutput();
+}
+
 NyxString& VexlPage::Sink() {
     if (Output == nullptr) {
         // A child page shares this buffer; it lives as long as the page.

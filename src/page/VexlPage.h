@@ -43,6 +43,8 @@ public:
     void AppendOutput(const HtmlObject& object);  // its Output(), without a temporary
     // Its Output() with some parameter values replaced (see HtmlObject).
     void AppendOutput(const HtmlObject& object, const NyxString* const* replacements, unsigned count);
+    // The Output() of object `index` of HtmlList, through the list's kept texts.
+    void AppendListedObject(int index);
     void PrintOutput(NyxString format, ...);
     void FlushOutput();
     void ErrorOutput(unsigned line, const NyxString& format, ...);

@@ -70,7 +70,7 @@ int VexlParse::Walk(int index, HtmlObject* stop) {
                     break;
                 }
             }
-            WriteDefault(entry);
+            WriteDefault(entry, index);
             break;
         }
         }
@@ -83,7 +83,7 @@ int VexlParse::Walk(int index, HtmlObject* stop) {
 // The default path: text is translated and written as it is; a tag is
 // written evaluated when a parameter is an expression, then a line end,
 // except behind a start tag of id 24.
-void VexlParse::WriteDefault(HtmlObject* entry) {
+void VexlParse::WriteDefault(HtmlObject* entry, int index) {
     if (entry->GetTagId() == TagId::Text) {
         if (!Page->TranslationEnabled) {
             Page->AppendOutput(entry->GetText());
@@ -97,17 +97,28 @@ void VexlParse::WriteDefault(HtmlObject* entry) {
     if (CanEvaluateTag(entry)) {
         // What EvaluateTag's copy would print, without making the copy: every
         // parameter in order, expressions replaced by their values.
+        // Most tags have a few parameters: those need no heap block.
+        constexpr unsigned kFewParams = 6;
         const unsigned count = entry->GetCount();
-        std::vector<NyxString> texts(count);
-        std::vector<const NyxString*> replacements(count, nullptr);
-        for (unsigned i = 0; i < count; ++i) {
-            if (EvaluateParamText(entry->GetEntry(static_cast<int>(i) + 1)->GetValue(), texts[i])) {
-                replacements[i] = &texts[i];
-            }
+        NyxString fewTexts[kFewParams];
+        const NyxString* fewReplacements[kFewParams];
+        std::vector<NyxString> manyTexts;
+        std::vector<const NyxString*> manyReplacements;
+        NyxString* texts = fewTexts;
+        const NyxString** replacements = fewReplacements;
+        if (count > kFewParams) {
+            manyTexts.resize(count);
+            manyReplacements.resize(count);
+            texts = manyTexts.data();
+            replacements = manyReplacements.data();
         }
-        Page->AppendOutput(*entry, replacements.data(), count);
+        for (unsigned i = 0; i < count; ++i) {
+            const bool evaluated = EvaluateParamText(entry->GetEntry(static_cast<int>(i) + 1)->GetValue(), texts[i]);
+            replacements[i] = evaluated ? &texts[i] : nullptr;
+        }
+        Page->AppendOutput(*entry, replacements, count);
     } else {
-        Page->AppendOutput(*entry);
+        Page->AppendListedObject(index);
     }
     if (!(entry->GetTagId() == TagId::Textarea && !entry->IsEndTag())) Page->AppendOutput("\n", 1);
 }

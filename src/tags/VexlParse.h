@@ -19,7 +19,7 @@ public:
 
 private:
     int Walk(int index, HtmlObject* stop);
-    void WriteDefault(HtmlObject* entry);
+    void WriteDefault(HtmlObject* entry, int index);
     void HandleFrame(HtmlObject* tag);
     void HandleForm(HtmlObject* tag);
     void HandleTranslation(HtmlObject* tag);

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <filesystem>
 #include <string>
 
@@ -80,6 +81,7 @@ void HtmlObjectList::ReplaceEntry(int index, HtmlObject* object) {
     if (slot == object) return;
     HtmlObject* previous = slot;
     if (previous->GetTagId() != object->GetTagId() || previous->IsEndTag() != object->IsEndTag()) BlockIndex.reset();
+    if (!PrintMarks.empty()) PrintMarks[static_cast<unsigned>(index)] = 0;
     slot = object;
     Destroy(previous);
 }
@@ -88,6 +90,37 @@ void HtmlObjectList::AddEntry(HtmlObject* object) {
     if (object == nullptr) return;
     BlockIndex.reset();
     Append(object);
+    if (!PrintMarks.empty()) PrintMarks.push_back(0);
+}
+
+void HtmlObjectList::AppendOutputOf(int index, NyxString& out) const {
+    const HtmlObject* object = GetEntry(index);
+    if (object == nullptr) return;
+    if (object->GetTagId() == 0) {  // a text is one copy already
+        object->AppendOutputTo(out);
+        return;
+    }
+    if (PrintMarks.empty()) PrintMarks.assign(Count, 0);
+    uint32_t& mark = PrintMarks[static_cast<unsigned>(index)];
+    if (mark >= 2) {
+        const char* kept = PrintedTexts.data() + (mark - 2);
+        uint32_t size;
+        std::memcpy(&size, kept, sizeof size);
+        out.AppendBytes(kept + sizeof size, size);
+        return;
+    }
+    const unsigned before = out.GetSize();
+    object->AppendOutputTo(out);
+    if (mark == 0) {
+        mark = 1;
+        return;
+    }
+    const uint32_t size = out.GetSize() - before;
+    // Offsets stay below 4 GiB; a page with more to keep prints the rest afresh.
+    if (PrintedTexts.size() + sizeof size + size >= UINT32_MAX - 2) return;
+    mark = static_cast<uint32_t>(PrintedTexts.size()) + 2;
+    PrintedTexts.append(reinterpret_cast<const char*>(&size), sizeof size);
+    PrintedTexts.append(out.GetString() + before, size);
 }
 
 const HtmlBlockIndex& HtmlObjectList::GetBlockIndex() const {

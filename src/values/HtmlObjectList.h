@@ -2,7 +2,9 @@
 // document order, numbered from 0. The list owns its objects.
 #pragma once
 
+#include <cstdint>
 #include <memory>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -43,6 +45,11 @@ public:
     // kept while entries are only replaced by copies with the same id.
     const HtmlBlockIndex& GetBlockIndex() const;
 
+    // Appends the Output() of the object at `index` (nothing for an index out
+    // of range). A tag printed a second time keeps its text, so that later
+    // printings (a loop's body) cost one copy; ReplaceEntry forgets it.
+    void AppendOutputOf(int index, NyxString& out) const;
+
 private:
     friend class HtmlParser;
 
@@ -67,5 +74,10 @@ private:
     bool Read = false;
     unsigned Count = 0;
     std::vector<HtmlObject**> Segments;
+    // Per object: 0 never printed, 1 printed once, else 2 + the offset of its
+    // kept text in PrintedTexts (a 32-bit length, then the bytes). Empty until
+    // the first AppendOutputOf.
+    mutable std::vector<uint32_t> PrintMarks;
+    mutable std::string PrintedTexts;
     mutable std::unique_ptr<HtmlBlockIndex> BlockIndex;  // null until asked for, or after a change of ids  // each kSegmentSize slots, in Arena; slots below Count are owned, never null
 };

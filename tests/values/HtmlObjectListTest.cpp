@@ -123,6 +123,37 @@ TEST(HtmlObjectListTest, ReplaceEntryOutOfRangeDisposesOfTheObject) {
     EXPECT_EQ(list->GetEntry(0)->GetText().ToStd(), "x");
 }
 
+TEST(HtmlObjectListTest, PrintedTagsComeOutTheSameEveryTimeAndChangeWithTheirReplacement) {
+    auto list = Parse("<td class='a' id=7>text<br/>");
+    NyxString out;
+    for (int round = 0; round < 3; ++round) {
+        for (int i = 0; i < 3; ++i) list->AppendOutputOf(i, out);
+    }
+    EXPECT_EQ(out.ToStd(), "<td class='a' id=\"7\">text<br/><td class='a' id=\"7\">text<br/><td class='a' id=\"7\">text<br/>");
+
+    // A kept text must not outlive its object.
+    auto* copy = new HtmlObject(*list->GetEntry(0));
+    copy->AddEntry(new HtmlTagParam(NyxString("cachedproc"), NyxString("page_0"), 0));
+    list->ReplaceEntry(0, copy);
+    out.Clear();
+    list->AppendOutputOf(0, out);
+    list->AppendOutputOf(0, out);
+    list->AppendOutputOf(0, out);
+    const std::string once = "<td class='a' id=\"7\" cachedproc=\"page_0\">";
+    EXPECT_EQ(out.ToStd(), once + once + once);
+
+    // Objects added later are printed too; an index out of range prints nothing.
+    auto* added = new HtmlObject(1);
+    added->SetText("!");
+    list->AddEntry(added);
+    out.Clear();
+    list->AppendOutputOf(3, out);
+    list->AppendOutputOf(3, out);
+    list->AppendOutputOf(4, out);
+    list->AppendOutputOf(-1, out);
+    EXPECT_EQ(out.ToStd(), "!!");
+}
+
 TEST(HtmlObjectListTest, AddEntryAppends) {
     HtmlObjectList list(NyxString("mem"), "");
     auto* text = new HtmlObject(1);
