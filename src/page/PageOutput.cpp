@@ -15,7 +15,7 @@ void VexlPage::AppendOutput(const NyxString& text) { AppendOutput(text.GetString
 void VexlPage::AppendOutput(const char* text, unsigned size) {
     NyxString& sink = Sink();
     sink.AppendBytes(text, size);
-    if (sink.GetLength() >= kFlushThreshold) FlushOutput();
+    if (!OutputIsExternal && sink.GetLength() >= kFlushThreshold) FlushOutput();
 }
 
 void VexlPage::AppendOutput(const HtmlObject& object) { AppendOutput(object, nullptr, 0); }
@@ -23,23 +23,21 @@ void VexlPage::AppendOutput(const HtmlObject& object) { AppendOutput(object, nul
 void VexlPage::AppendOutput(const HtmlObject& object, const NyxString* const* replacements, unsigned count) {
     NyxString& sink = Sink();
     object.AppendOutputTo(sink, replacements, count);
-    if (sink.GetLength() >= kFlushThreshold) FlushOutput();
+    if (!OutputIsExternal && sink.GetLength() >= kFlushThreshold) FlushOutput();
 }
 
 void VexlPage::AppendListedObject(int index) {
     if (HtmlList == nullptr) return;
     NyxString& sink = Sink();
     HtmlList->AppendOutputOf(index, sink);
-    if (sink.GetLength() >= kFlushThreshold) FlushOutput();
+    if (!OutputIsExternal && sink.GetLength() >= kFlushThreshold) FlushOutput();
 }
 
-NyxString& VexlPage::Sink() {
-    if (Output == nullptr) {
-        // A child page shares this buffer; it lives as long as the page.
-        if (OwnBuffer == nullptr) OwnBuffer = new NyxString();
-        Output = OwnBuffer;
-        OutputIsExternal = false;
-    }
+NyxString& VexlPage::MakeOwnBuffer() {
+    // A child page shares this buffer; it lives as long as the page.
+    if (OwnBuffer == nullptr) OwnBuffer = new NyxString();
+    Output = OwnBuffer;
+    OutputIsExternal = false;
     return *Output;
 }
 

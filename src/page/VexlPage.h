@@ -97,7 +97,8 @@ private:
     unsigned ChooseSession(unsigned id, unsigned expiry);  // SetSessionId's work
     void AddRequestVariable(const NyxString& name, const NyxString& value,
                             QuinceContext::enum_VarListType list);  // CreateOneVariable's work
-    NyxString& Sink();  // Output, made on first use
+    NyxString& Sink() { return Output != nullptr ? *Output : MakeOwnBuffer(); }  // Output, made on first use
+    NyxString& MakeOwnBuffer();
 
     NyxString* OwnBuffer = nullptr;  // the page's own buffer, kept alive for child pages
     WalkBudget OwnWalks;

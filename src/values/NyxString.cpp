@@ -44,8 +44,6 @@ int NyxStrICmp(const char* a, const char* b) {
     }
 }
 
-NyxString::NyxString() : Buffer(Inline), Capacity(kInline), Length(0), Size(0) { Inline[0] = '\0'; }
-
 NyxString::NyxString(const char* text) : NyxString() {
     if (text != nullptr) AppendBytes(text, std::strlen(text));
 }
@@ -70,10 +68,6 @@ NyxString::NyxString(NyxString&& other) noexcept : NyxString() {
     Length = Size = other.Size;
     other.Length = other.Size = 0;
     other.Buffer[0] = '\0';
-}
-
-NyxString::~NyxString() {
-    if (Buffer != Inline) std::free(Buffer);
 }
 
 void NyxString::Grow(unsigned needed) {

@@ -5,6 +5,7 @@
 
 #include <cstdarg>
 #include <cstddef>
+#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <string_view>
@@ -16,13 +17,15 @@ public:
     enum Encoding_e { Encoding_Default = 0, Encoding_TCHAR = 110 };
     static constexpr unsigned kAll = 0xFFFFFFFFu;  // a count meaning "the rest", a failed search
 
-    NyxString();
+    NyxString() : Buffer(Inline), Capacity(kInline), Length(0), Size(0) { Inline[0] = '\0'; }
     NyxString(const char* text);  // null gives the empty string
     NyxString(const char* text, unsigned count);
     NyxString(std::string_view text);
     NyxString(const NyxString& other);
     NyxString(NyxString&& other) noexcept;
-    virtual ~NyxString();
+    virtual ~NyxString() {
+        if (Buffer != Inline) std::free(Buffer);
+    }
 
     // Assignment family.
     void Clear();
