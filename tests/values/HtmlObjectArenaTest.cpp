@@ -16,7 +16,9 @@ TEST(HtmlObjectArenaTest, AllocationsAreAlignedAndDistinct) {
     for (std::size_t size : {1u, 7u, 16u, 33u, 100u}) {
         auto* memory = static_cast<char*>(arena.Allocate(size));
         EXPECT_EQ(reinterpret_cast<std::uintptr_t>(memory) % HtmlObjectArena::kAlignment, 0u);
-        if (previous != nullptr) EXPECT_NE(memory, previous);
+        if (previous != nullptr) {
+            EXPECT_NE(memory, previous);
+        }
         std::memset(memory, 0xAB, size);
         previous = memory;
     }
