@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "app/AppCommands.h"
+#include "app/MemoryRetention.h"
 
 namespace {
 
@@ -56,10 +57,14 @@ int main(int argc, char** argv)
         return RunRenderCommand(argc - 2, argv + 2);
     if (std::strcmp(command, "cgi") == 0)
         return RunCgiCommand(argc - 2, argv + 2);
-    if (std::strcmp(command, "fcgi") == 0)
+    if (std::strcmp(command, "fcgi") == 0) {
+        KeepFreedMemoryForNextRequests();
         return RunFastCgiCommand(argc - 2, argv + 2);
-    if (std::strcmp(command, "serve") == 0)
+    }
+    if (std::strcmp(command, "serve") == 0) {
+        KeepFreedMemoryForNextRequests();
         return RunServeCommand(argc - 2, argv + 2);
+    }
     char message[256];
     std::snprintf(message, sizeof message, "unknown command '%.200s'", command);
     return ReportUsageError(nullptr, message);

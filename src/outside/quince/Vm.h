@@ -50,7 +50,7 @@ private:
     void Unwind(std::size_t baseFrame, Value* top);
 
     Engine& Owner;
-    Value* StackBase = nullptr;   // kValueStackSlots values, calloc'ed on first run
+    Value* StackBase = nullptr;   // kValueStackSlots values, taken on the first run
     Value* StackEnd = nullptr;
     Value* Top = nullptr;         // first free slot between runs
     std::vector<Frame> Frames;
