@@ -124,7 +124,9 @@ NyxString GetTemporaryFilePath(const NyxString& prefix) {
     return NyxString(std::string_view(pattern));
 }
 
-NyxString GetExecutablePath() {
+namespace {
+
+NyxString ReadExecutablePath() {
     for (std::size_t size = kFirstPathBufferBytes; size <= kMaxSystemPathBytes; size *= 2) {
         std::string buffer(size, '\0');
         ssize_t length = readlink("/proc/self/exe", buffer.data(), buffer.size());
@@ -135,6 +137,14 @@ NyxString GetExecutablePath() {
         }
     }
     return NyxString();
+}
+
+}  // namespace
+
+// The program does not move while it runs: read once.
+NyxString GetExecutablePath() {
+    static const NyxString path = ReadExecutablePath();
+    return path;
 }
 
 NyxString GetTemporaryDirectory() {

@@ -4,6 +4,9 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <mutex>
+#include <string>
+#include <unordered_map>
 
 #include "outside/foundation/IniFile.h"
 #include "outside/foundation/Modules.h"
@@ -58,6 +61,35 @@ void ReleaseExpression(CachedExpression* expression) {
     delete expression;
 }
 
+// --- Modules -------------------------------------------------------------------------
+
+namespace {
+
+// Modules stay loaded for the life of the process: their code serves every
+// context, and opening one afresh for each request would read and relocate
+// the file every time. Each context still runs the module's init for itself.
+struct ProcessModules {
+    std::mutex Lock;
+    std::unordered_map<std::string, void*> ByPath;
+};
+
+ProcessModules& LoadedInThisProcess() {
+    static auto* modules = new ProcessModules;  // never destroyed: modules outlive static destructors
+    return *modules;
+}
+
+void* OpenModuleOnce(const NyxString& path) {
+    ProcessModules& modules = LoadedInThisProcess();
+    const std::lock_guard<std::mutex> hold(modules.Lock);
+    auto found = modules.ByPath.find(path.ToStd());
+    if (found != modules.ByPath.end()) return found->second;
+    void* module = ModuleOpen(path);
+    if (module != nullptr) modules.ByPath.emplace(path.ToStd(), module);
+    return module;
+}
+
+}  // namespace
+
 // --- Engine ----------------------------------------------------------------------------
 
 Engine::Engine(QuinceContext& owner) : Owner(owner), Machine(*this) {
@@ -65,7 +97,6 @@ Engine::Engine(QuinceContext& owner) : Owner(owner), Machine(*this) {
 }
 
 Engine::~Engine() {
-    // Everything that may hold objects of a module goes before the modules.
     SaveSessionVariables();
     ClearExpressionCache();
     Globals.Clear();
@@ -73,7 +104,6 @@ Engine::~Engine() {
     Sessions.Clear();
     CloseSessionStore();
     Natives.clear();
-    for (auto it = Modules.rbegin(); it != Modules.rend(); ++it) ModuleClose(*it);
 }
 
 // --- Configuration -----------------------------------------------------------------------
@@ -242,15 +272,11 @@ bool Engine::LoadFunctionModule(const NyxString& name, const NyxString& folders,
         if (handle != nullptr) *handle = loaded->second;
         return true;
     }
-    void* module = ModuleOpen(path);
+    void* module = OpenModuleOnce(path);
     if (module == nullptr) return false;
     if (auto init = reinterpret_cast<QuinceModuleInitFunction>(ModuleSymbol(module, kQuinceModuleInitName))) {
-        if (init(&Owner) == 0) {
-            ModuleClose(module);
-            return false;
-        }
+        if (init(&Owner) == 0) return false;
     }
-    Modules.push_back(module);
     LoadedModules.emplace(path.ToStd(), module);
     if (handle != nullptr) *handle = module;
     return true;

@@ -191,8 +191,7 @@ private:
     Limits CurrentLimits;
 
     TextMap<std::unique_ptr<NativeFunction>> Natives;
-    std::vector<void*> Modules;  // loaded; closed with the engine
-    TextMap<void*> LoadedModules;  // by the path they were found at
+    TextMap<void*> LoadedModules;  // by the path they were found at; loaded for the life of the process
 
     TextMap<CachedExpression*> Expressions;
 
