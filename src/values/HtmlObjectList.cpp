@@ -1,52 +1,16 @@
 // HtmlObjectList: a page parsed into a flat list of objects.
 #include "values/HtmlObjectList.h"
 
-#include <algorithm>
 #include <cstdint>
-#include <cstdio>
 #include <cstring>
-#include <filesystem>
 #include <string>
 
+#include "outside/foundation/Files.h"
 #include "values/HtmlParser.h"
-
-namespace {
-
-constexpr std::size_t kReadChunk = 1 << 16;
-
-// The whole file, or false if it cannot be opened or read (a folder, say).
-bool ReadWholeFile(const NyxString& path, std::string& contents) {
-    if (path.IsEmpty()) return false;
-    std::FILE* file = std::fopen(path.GetString(), "rb");
-    if (file == nullptr) return false;
-    // The size is only a hint (a folder opens but fails on reading below, a
-    // pipe or a growing file reads past it): the buffer starts at the size and
-    // doubles when the file holds more.
-    std::error_code error;
-    const std::filesystem::path name(path.ToStd());
-    std::size_t room = kReadChunk;
-    if (std::filesystem::is_regular_file(name, error)) {
-        const std::uintmax_t size = std::filesystem::file_size(name, error);
-        if (!error && size < contents.max_size() / 2) room = static_cast<std::size_t>(size) + 1;
-    }
-    std::size_t used = 0;
-    while (true) {
-        if (contents.size() < used + 1) contents.resize(std::max(room, contents.size() * 2));
-        const std::size_t got = std::fread(contents.data() + used, 1, contents.size() - used, file);
-        used += got;
-        if (got == 0) break;
-    }
-    const bool failed = std::ferror(file) != 0;
-    std::fclose(file);
-    contents.resize(used);
-    return !failed;
-}
-
-}  // namespace
 
 HtmlObjectList::HtmlObjectList(const NyxString& path) : FilePath(path) {
     std::string contents;
-    if (!ReadWholeFile(path, contents)) return;
+    if (!FileReadAll(path, contents)) return;
     Read = true;
     Parse(contents);
 }

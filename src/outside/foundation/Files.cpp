@@ -2,6 +2,7 @@
 // started by the engine do not inherit them.
 #include "outside/foundation/Files.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <fcntl.h>
@@ -15,7 +16,7 @@ namespace {
 // FileReadAll refuses anything larger: a page or configuration file of this
 // size is a mistake, and NyxString positions are 32-bit.
 constexpr std::size_t kMaxReadAllBytes = std::size_t{1} << 30;
-constexpr std::size_t kReadChunkBytes = 64 * 1024;
+constexpr std::size_t kReadChunkBytes = 64 * 1024;  // the first room when the size is unknown
 constexpr mode_t kCreatedFileMode = 0600;  // the engine's files are its own
 
 }  // namespace
@@ -103,17 +104,22 @@ bool FileReadAll(const NyxString& path, std::string& contents) {
     contents.clear();
     int handle = FileOpen(path, 0);
     if (handle < 0) return false;
+    // The size is only a hint (a pipe or a growing file reads past it): the
+    // buffer starts at the size and doubles while the file holds more. The
+    // bytes are read straight into the string, without a copy.
+    std::size_t room = kReadChunkBytes;
     struct stat facts;
     if (fstat(handle, &facts) == 0 && S_ISREG(facts.st_mode) && facts.st_size > 0 &&
-        static_cast<unsigned long long>(facts.st_size) <= kMaxReadAllBytes) {
-        contents.reserve(static_cast<std::size_t>(facts.st_size));
+        static_cast<unsigned long long>(facts.st_size) < kMaxReadAllBytes) {
+        room = static_cast<std::size_t>(facts.st_size) + 1;
     }
-    char chunk[kReadChunkBytes];
+    std::size_t used = 0;
     bool complete = false;
     // Bounded by kMaxReadAllBytes: a file that never ends (a device, a pipe
     // that keeps writing) fails instead of filling memory.
-    while (contents.size() <= kMaxReadAllBytes) {
-        ssize_t count = read(handle, chunk, sizeof chunk);
+    while (used <= kMaxReadAllBytes) {
+        if (contents.size() == used) contents.resize(std::min(std::max(room, used * 2), kMaxReadAllBytes + 1));
+        ssize_t count = read(handle, contents.data() + used, contents.size() - used);
         if (count < 0) {
             if (errno == EINTR) continue;
             break;
@@ -122,10 +128,11 @@ bool FileReadAll(const NyxString& path, std::string& contents) {
             complete = true;
             break;
         }
-        contents.append(chunk, static_cast<std::size_t>(count));
+        used += static_cast<std::size_t>(count);
     }
     FileClose(handle);
-    if (!complete || contents.size() > kMaxReadAllBytes) {
+    contents.resize(used);
+    if (!complete || used > kMaxReadAllBytes) {
         contents.clear();
         return false;
     }
