@@ -1,20 +1,16 @@
 // VexlBase conditions: the truth of a Quince expression, by the type of the
 // value it leaves.
 #include "outside/quince/ExpressionCompiler.h"
-#include "outside/quince/Stack.h"
 #include "page/VexlPage.h"
 #include "tags/VexlBase.h"
 #include "values/Variable.h"
 
 int VexlBase::EvaluateCondition(const NyxString& condition) {
-    Variable* value = nullptr;
-    {
-        ExpressionCompiler compiler(Page->Context);
-        if (compiler.CompileExpression(condition, NyxString()) == 0) return 0;
-        Stack stack;
-        compiler.EvaluateExpression(&stack);
-        value = stack.PopVariable();
-    }
+    ExpressionCompiler compiler(Page->Context);
+    if (compiler.CompileExpression(condition, NyxString()) == 0) return 0;
+    // The value as EvaluateExpression would push it, read in place: a
+    // condition in a loop costs no Variable per pass.
+    Variable* value = compiler.EvaluateExpressionView();
     if (value == nullptr) return 0;
     int result = 0;
     switch (value->GetTypeId()) {
@@ -28,6 +24,5 @@ int VexlBase::EvaluateCondition(const NyxString& condition) {
         result = value->GetIntegerValue() != 0 ? 1 : 0;
         break;
     }
-    Variable::Delete(value);
     return result;
 }

@@ -5,7 +5,6 @@
 #include <cstdint>
 
 #include "outside/quince/ExpressionCompiler.h"
-#include "outside/quince/Stack.h"
 #include "page/VexlPage.h"
 #include "tags/VexlBase.h"
 #include "values/Variable.h"
@@ -51,14 +50,10 @@ HtmlTagParam* VexlBase::EvaluateTagParam(HtmlTagParam* param) {
 bool VexlBase::EvaluateParamText(const NyxString& expression, NyxString& text) {
     if (!HasExpressionForm(expression)) return false;
     text.Clear();
-    Variable* value = nullptr;
     ExpressionCompiler compiler(Page->Context);
-    if (compiler.CompileExpression(expression, NyxString()) != 0) {
-        Stack stack;
-        compiler.EvaluateExpression(&stack);
-        value = stack.PopVariable();
-        compiler.ClearExpression();
-    }
+    if (compiler.CompileExpression(expression, NyxString()) == 0) return true;
+    // Read in place, as a popped Variable would be read: no Variable per visit.
+    Variable* value = compiler.EvaluateExpressionView();
     if (value == nullptr) return true;
     switch (value->GetTypeId()) {
     case Variable::TypeString:
@@ -75,6 +70,5 @@ bool VexlBase::EvaluateParamText(const NyxString& expression, NyxString& text) {
         break;
     }
     }
-    Variable::Delete(value);
     return true;
 }

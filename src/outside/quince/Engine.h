@@ -80,6 +80,9 @@ struct NativeFunction {
 
 // A compiled expression in the cache. ExpressionCompiler objects hold a
 // reference while they use one, so clearing the cache never pulls one away.
+struct ExpressionViews;
+void DeleteExpressionViews(ExpressionViews* views);
+
 struct CachedExpression {
     uint32_t RefCount = 1;             // the cache's own, plus one per compiler that holds it
     Procedure* Code = nullptr;         // null: the text does not compile, whatever exists
@@ -163,6 +166,9 @@ public:
     CachedExpression* CompileExpression(const NyxString& text);
     // Pushes the value as a new Variable; quiet on failure.
     bool EvaluateExpression(CachedExpression* expression, Stack* stack);
+    // The same value in a Variable that the engine keeps and reuses: valid
+    // until the next call, for callers that only read it. Null on failure.
+    Variable* EvaluateExpressionView(CachedExpression* expression);
     RuntimeError ExpressionError;  // the last failure of an expression (never reported)
     void ClearExpressionCache();
 
@@ -194,6 +200,8 @@ private:
     TextMap<void*> LoadedModules;  // by the path they were found at; loaded for the life of the process
 
     TextMap<CachedExpression*> Expressions;
+    // Made on the first EvaluateExpressionView.
+    std::unique_ptr<ExpressionViews, void (*)(ExpressionViews*)> Views{nullptr, DeleteExpressionViews};
 
     SessionStore* Store = nullptr;  // owned; opened on first use
     bool StoreTried = false;        // opening was tried (and perhaps failed)

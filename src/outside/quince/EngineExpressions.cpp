@@ -5,9 +5,28 @@
 #include "outside/quince/Parser.h"
 #include "outside/quince/Stack.h"
 #include "outside/quince/VariableBridge.h"
+#include "values/VarBoolean.h"
+#include "values/VarChar.h"
+#include "values/VarDouble.h"
+#include "values/VarFloat.h"
+#include "values/VarInteger.h"
+#include "values/VarString.h"
 #include "values/Variable.h"
 
 namespace quince {
+
+// One reusable Variable of each simple type: reading the value of a condition
+// or a tag parameter then needs no allocation. Arrays and foreign values are
+// rare there and get a Variable of their own, kept until the next view.
+struct ExpressionViews {
+    VarBoolean Bool;
+    VarChar Char;
+    VarInteger Int;
+    VarFloat Float;
+    VarDouble Double;
+    VarString String;
+    std::unique_ptr<Variable, void (*)(Variable*)> Other{nullptr, [](Variable* variable) { Variable::Delete(variable); }};
+};
 
 CachedExpression* Engine::CompileExpression(const NyxString& text) {
     const Limits& limits = GetLimits();
@@ -60,6 +79,52 @@ bool Engine::EvaluateExpression(CachedExpression* expression, Stack* stack) {
     if (variable == nullptr) return false;
     stack->PushVariable(variable);
     return true;
+}
+
+void DeleteExpressionViews(ExpressionViews* views) { delete views; }
+
+Variable* Engine::EvaluateExpressionView(CachedExpression* expression) {
+    if (expression == nullptr || expression->Code == nullptr) return nullptr;
+    GetLimits();
+    Value result = Value::MakeNone();
+    if (!Machine.Run(expression->Code, nullptr, 0, result, ExpressionError)) return nullptr;
+    if (Views == nullptr) Views.reset(new ExpressionViews);
+    Views->Other.reset();
+    Variable* view = nullptr;
+    switch (result.kind) {
+        case Kind::Bool:
+            view = &Views->Bool;
+            view->SetBoolValue(result.i != 0 ? 1 : 0);
+            break;
+        case Kind::Char:
+            view = &Views->Char;
+            view->SetCharValue(result.c);
+            break;
+        case Kind::Int:
+            view = &Views->Int;
+            view->SetIntegerValue(result.i);
+            break;
+        case Kind::Float:
+            view = &Views->Float;
+            view->SetFloatValue(result.f);
+            break;
+        case Kind::Double:
+            view = &Views->Double;
+            view->SetDoubleValue(result.d);
+            break;
+        case Kind::String:
+            view = &Views->String;
+            view->SetStringValue(result.s->Data, result.s->Length);
+            break;
+        default: {
+            static const NyxString kNoName;
+            Views->Other.reset(VariableFromValue(result, kNoName));
+            view = Views->Other.get();
+            break;
+        }
+    }
+    Release(result);
+    return view;
 }
 
 void Engine::ClearExpressionCache() {

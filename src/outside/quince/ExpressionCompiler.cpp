@@ -20,6 +20,11 @@ int ExpressionCompiler::EvaluateExpression(Stack* stack) {
     return Context->GetEngine().EvaluateExpression(Compiled, stack) ? 1 : 0;
 }
 
+Variable* ExpressionCompiler::EvaluateExpressionView() {
+    if (Context == nullptr || Compiled == nullptr) return nullptr;
+    return Context->GetEngine().EvaluateExpressionView(Compiled);
+}
+
 void ExpressionCompiler::ClearExpression() {
     if (Compiled != nullptr) quince::ReleaseExpression(Compiled);
     Compiled = nullptr;

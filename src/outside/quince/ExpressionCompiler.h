@@ -7,6 +7,7 @@
 #include "values/NyxString.h"
 
 class QuinceContext;
+class Variable;
 class Stack;
 namespace quince {
 struct CachedExpression;
@@ -22,6 +23,10 @@ public:
     // Pushes the value (a new Variable) onto the stack; non-zero on success.
     // On failure nothing is pushed.
     int EvaluateExpression(Stack* stack);
+    // The value without a new Variable: one that the context keeps, valid
+    // until the next evaluation, for callers that only read it. Null on
+    // failure (as when EvaluateExpression pushes nothing).
+    Variable* EvaluateExpressionView();
     // Forgets the compiled expression; the compiler can be used again.
     void ClearExpression();
 
