@@ -18,6 +18,12 @@ void VexlPage::AppendOutput(const char* text, unsigned size) {
     if (!OutputIsExternal && sink.GetLength() >= kFlushThreshold) FlushOutput();
 }
 
+void VexlPage::AppendOutput(char c) {
+    NyxString& sink = Sink();
+    sink.Append(c);
+    if (!OutputIsExternal && sink.GetLength() >= kFlushThreshold) FlushOutput();
+}
+
 void VexlPage::AppendOutput(const HtmlObject& object) { AppendOutput(object, nullptr, 0); }
 
 void VexlPage::AppendOutput(const HtmlObject& object, const NyxString* const* replacements, unsigned count) {
@@ -26,10 +32,11 @@ void VexlPage::AppendOutput(const HtmlObject& object, const NyxString* const* re
     if (!OutputIsExternal && sink.GetLength() >= kFlushThreshold) FlushOutput();
 }
 
-void VexlPage::AppendListedObject(int index) {
+void VexlPage::AppendListedObject(int index, bool lineEnd) {
     if (HtmlList == nullptr) return;
     NyxString& sink = Sink();
     HtmlList->AppendOutputOf(index, sink);
+    if (lineEnd) sink.Append('\n');
     if (!OutputIsExternal && sink.GetLength() >= kFlushThreshold) FlushOutput();
 }
 

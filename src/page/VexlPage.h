@@ -43,8 +43,10 @@ public:
     void AppendOutput(const HtmlObject& object);  // its Output(), without a temporary
     // Its Output() with some parameter values replaced (see HtmlObject).
     void AppendOutput(const HtmlObject& object, const NyxString* const* replacements, unsigned count);
-    // The Output() of object `index` of HtmlList, through the list's kept texts.
-    void AppendListedObject(int index);
+    // The Output() of object `index` of HtmlList, through the list's kept
+    // texts, and a line end behind it when `lineEnd` is set.
+    void AppendListedObject(int index, bool lineEnd);
+    void AppendOutput(char c);
     void PrintOutput(NyxString format, ...);
     void FlushOutput();
     void ErrorOutput(unsigned line, const NyxString& format, ...);

@@ -94,31 +94,32 @@ void VexlParse::WriteDefault(HtmlObject* entry, int index) {
         Page->AppendOutput(text);
         return;
     }
-    if (CanEvaluateTag(entry)) {
-        // What EvaluateTag's copy would print, without making the copy: every
-        // parameter in order, expressions replaced by their values.
-        // Most tags have a few parameters: those need no heap block.
-        constexpr unsigned kFewParams = 6;
-        const unsigned count = entry->GetCount();
-        NyxString fewTexts[kFewParams];
-        const NyxString* fewReplacements[kFewParams];
-        std::vector<NyxString> manyTexts;
-        std::vector<const NyxString*> manyReplacements;
-        NyxString* texts = fewTexts;
-        const NyxString** replacements = fewReplacements;
-        if (count > kFewParams) {
-            manyTexts.resize(count);
-            manyReplacements.resize(count);
-            texts = manyTexts.data();
-            replacements = manyReplacements.data();
-        }
-        for (unsigned i = 0; i < count; ++i) {
-            const bool evaluated = EvaluateParamText(entry->GetEntry(static_cast<int>(i) + 1)->GetValue(), texts[i]);
-            replacements[i] = evaluated ? &texts[i] : nullptr;
-        }
-        Page->AppendOutput(*entry, replacements, count);
-    } else {
-        Page->AppendListedObject(index);
+    const bool lineEnd = !(entry->GetTagId() == TagId::Textarea && !entry->IsEndTag());
+    if (!CanEvaluateTag(entry)) {
+        Page->AppendListedObject(index, lineEnd);
+        return;
     }
-    if (!(entry->GetTagId() == TagId::Textarea && !entry->IsEndTag())) Page->AppendOutput("\n", 1);
+    // What EvaluateTag's copy would print, without making the copy: every
+    // parameter in order, expressions replaced by their values.
+    // Most tags have a few parameters: those need no heap block.
+    constexpr unsigned kFewParams = 4;
+    const unsigned count = entry->GetCount();
+    NyxString fewTexts[kFewParams];
+    const NyxString* fewReplacements[kFewParams];
+    std::vector<NyxString> manyTexts;
+    std::vector<const NyxString*> manyReplacements;
+    NyxString* texts = fewTexts;
+    const NyxString** replacements = fewReplacements;
+    if (count > kFewParams) {
+        manyTexts.resize(count);
+        manyReplacements.resize(count);
+        texts = manyTexts.data();
+        replacements = manyReplacements.data();
+    }
+    for (unsigned i = 0; i < count; ++i) {
+        const bool evaluated = EvaluateParamText(entry->GetEntry(static_cast<int>(i) + 1)->GetValue(), texts[i]);
+        replacements[i] = evaluated ? &texts[i] : nullptr;
+    }
+    Page->AppendOutput(*entry, replacements, count);
+    if (lineEnd) Page->AppendOutput('\n');
 }
