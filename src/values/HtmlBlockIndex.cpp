@@ -45,39 +45,48 @@ std::vector<int> AnswerAll(const HtmlObjectList& list, int runOut, RoleOf roleOf
     return answers;
 }
 
-}  // namespace
-
-HtmlBlockIndex::HtmlBlockIndex(const HtmlObjectList& list) {
-    const int last = static_cast<int>(list.GetCount()) - 1;
-    auto ifRoles = [](bool elseIfStops, bool elseStops) {
-        return [=](const HtmlObject& object) {
-            switch (object.GetTagId()) {
-            case TagId::If: return Role::Open;
-            case TagId::EndIf: return Role::Close;
-            case TagId::ElseIf: return elseIfStops ? Role::Stop : Role::None;
-            case TagId::Else: return elseStops ? Role::Stop : Role::None;
-            default: return Role::None;
-            }
-        };
+// The roles of IF tags for a search that also stops at ELSEIF and/or ELSE.
+auto IfRoles(bool elseIfStops, bool elseStops) {
+    return [=](const HtmlObject& object) {
+        switch (object.GetTagId()) {
+        case TagId::If: return Role::Open;
+        case TagId::EndIf: return Role::Close;
+        case TagId::ElseIf: return elseIfStops ? Role::Stop : Role::None;
+        case TagId::Else: return elseStops ? Role::Stop : Role::None;
+        default: return Role::None;
+        }
     };
-    ElseIfElseEnd = AnswerAll(list, last, ifRoles(true, true));
-    ElseEnd = AnswerAll(list, last, ifRoles(false, true));
-    End = AnswerAll(list, last, ifRoles(false, false));
-    LoopEnd = AnswerAll(list, last + 1, [](const HtmlObject& object) {
-        if (object.GetTagId() != TagId::Loop) return Role::None;
-        return object.IsEndTag() ? Role::Close : Role::Open;
-    });
 }
 
+}  // namespace
+
+HtmlBlockIndex::HtmlBlockIndex(const HtmlObjectList& list) : List(list) {}
+
 int HtmlBlockIndex::FindIfPartner(int index, IfStop stop) const {
-    const std::vector<int>& answers = stop == IfStop::ElseIfElseEnd ? ElseIfElseEnd
-                                      : stop == IfStop::ElseEnd     ? ElseEnd
-                                                                    : End;
-    if (index < 0 || static_cast<std::size_t>(index) >= answers.size()) return index;
-    return answers[static_cast<std::size_t>(index)];
+    const int count = static_cast<int>(List.GetCount());
+    if (index < 0 || index >= count) return index;
+    std::vector<int>* answers = &End;
+    if (stop == IfStop::ElseIfElseEnd) {
+        answers = &ElseIfElseEnd;
+        if (answers->empty()) *answers = AnswerAll(List, count - 1, IfRoles(true, true));
+    } else if (stop == IfStop::ElseEnd) {
+        answers = &ElseEnd;
+        if (answers->empty()) *answers = AnswerAll(List, count - 1, IfRoles(false, true));
+    } else if (answers->empty()) {
+        *answers = AnswerAll(List, count - 1, IfRoles(false, false));
+    }
+    // The list resets its index on every change, so the answers cover it.
+    return (*answers)[static_cast<std::size_t>(index)];
 }
 
 int HtmlBlockIndex::FindLoopPartner(int index) const {
-    if (index < 0 || static_cast<std::size_t>(index) >= LoopEnd.size()) return index + 1;
+    const int count = static_cast<int>(List.GetCount());
+    if (index < 0 || index >= count) return index + 1;
+    if (LoopEnd.empty()) {
+        LoopEnd = AnswerAll(List, count, [](const HtmlObject& object) {
+            if (object.GetTagId() != TagId::Loop) return Role::None;
+            return object.IsEndTag() ? Role::Close : Role::Open;
+        });
+    }
     return LoopEnd[static_cast<std::size_t>(index)];
 }

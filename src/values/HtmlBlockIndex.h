@@ -1,6 +1,7 @@
 // HtmlBlockIndex: where each IF branch and each LOOP block of a page ends,
-// worked out for the whole list in one pass, so that partner searches cost
-// the same on a page of 100,000 nested blocks as on a small one.
+// worked out for the whole list in one pass per kind of search (on the first
+// search of that kind), so that partner searches cost the same on a page of
+// 100,000 nested blocks as on a small one.
 #pragma once
 
 #include <vector>
@@ -22,8 +23,10 @@ public:
     int FindLoopPartner(int index) const;
 
 private:
-    std::vector<int> ElseIfElseEnd;
-    std::vector<int> ElseEnd;
-    std::vector<int> End;
-    std::vector<int> LoopEnd;
+    const HtmlObjectList& List;
+    // Empty until the first search of their kind.
+    mutable std::vector<int> ElseIfElseEnd;
+    mutable std::vector<int> ElseEnd;
+    mutable std::vector<int> End;
+    mutable std::vector<int> LoopEnd;
 };

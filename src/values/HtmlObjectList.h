@@ -73,11 +73,11 @@ private:
     NyxString FilePath;
     bool Read = false;
     unsigned Count = 0;
-    std::vector<HtmlObject**> Segments;
+    std::vector<HtmlObject**> Segments;  // each kSegmentSize slots, in Arena; slots below Count are owned, never null
     // Per object: 0 never printed, 1 printed once, else 2 + the offset of its
     // kept text in PrintedTexts (a 32-bit length, then the bytes). Empty until
     // the first AppendOutputOf.
     mutable std::vector<uint32_t> PrintMarks;
     mutable std::string PrintedTexts;
-    mutable std::unique_ptr<HtmlBlockIndex> BlockIndex;  // null until asked for, or after a change of ids  // each kSegmentSize slots, in Arena; slots below Count are owned, never null
+    mutable std::unique_ptr<HtmlBlockIndex> BlockIndex;  // null until asked for, or after a change of ids
 };
