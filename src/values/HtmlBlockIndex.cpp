@@ -17,18 +17,24 @@ std::vector<int> AnswerAll(const HtmlObjectList& list, int runOut, RoleOf roleOf
     const int count = static_cast<int>(list.GetCount());
     std::vector<int> answers(static_cast<std::size_t>(count), runOut);
     // The frames lie one after the other in `pending`; `frameStarts` holds
-    // where each begins, so that no frame needs a block of its own.
+    // where each begins, so that no frame needs a block of its own. Neither
+    // can outgrow the list: reserving that once spares the copies of growth,
+    // and the untouched end of a reservation costs no memory.
     std::vector<int> pending;
-    std::vector<std::size_t> frameStarts(1, 0);
+    pending.reserve(static_cast<std::size_t>(count));
+    std::vector<int> frameStarts;
+    frameStarts.reserve(static_cast<std::size_t>(count) + 1);
+    frameStarts.push_back(0);
     auto answerTopFrame = [&](int j) {
-        for (std::size_t q = frameStarts.back(); q < pending.size(); ++q)
+        const auto start = static_cast<std::size_t>(frameStarts.back());
+        for (std::size_t q = start; q < pending.size(); ++q)
             answers[static_cast<std::size_t>(pending[q])] = j;
-        pending.resize(frameStarts.back());
+        pending.resize(start);
     };
     for (int j = 0; j < count; ++j) {
         switch (roleOf(*list.GetEntry(j))) {
         case Role::Open:
-            frameStarts.push_back(pending.size());
+            frameStarts.push_back(static_cast<int>(pending.size()));
             break;
         case Role::Stop:
             answerTopFrame(j);
