@@ -8,11 +8,11 @@ HtmlObject::HtmlObject(const HtmlObject& other)
       TagIdValue(other.TagIdValue),
       LineNum(other.LineNum),
       SourceSize(other.SourceSize),
+      SourceOffset(other.SourceOffset),
       StartFlag(other.StartFlag),
       EndFlag(other.EndFlag),
       ClosingForm(other.ClosingForm),
       ContentIsLabel(other.ContentIsLabel),
-      SourceOffset(other.SourceOffset),
       Content(other.Content) {}
 
 HtmlObject& HtmlObject::operator=(const HtmlObject& other) {

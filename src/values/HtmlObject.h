@@ -44,10 +44,12 @@ public:
 
     // Where the object stood in the parsed source: byte offset and byte count.
     // Objects not made by the parser have 0, 0; a copy keeps its source's.
+    // Kept in 32 bits each: page files stop at 1 GiB; offsets in a text
+    // parsed from memory past 4 GiB wrap around.
     std::size_t GetSourceOffset() const { return SourceOffset; }
     std::size_t GetSourceSize() const { return SourceSize; }
     void SetSourceSpan(std::size_t offset, std::size_t size) {
-        SourceOffset = offset;
+        SourceOffset = static_cast<uint32_t>(offset);
         SourceSize = static_cast<uint32_t>(size);
     }
 
@@ -71,11 +73,11 @@ private:
     int TagIdValue = 0;
     unsigned LineNum = 0;
     uint32_t SourceSize = 0;  // the parser keeps every object under 2 GiB
+    uint32_t SourceOffset = 0;
     uint8_t StartFlag = 0;
     uint8_t EndFlag = 0;      // exactly 0 or 1: walkers compare it for equality
     Closing ClosingForm = Closing::Plain;
     bool ContentIsLabel = false;
     bool InArena = false;     // set only by HtmlObjectArena::Make; never copied
-    std::size_t SourceOffset = 0;
     NyxString Content;        // the label of a tag, the text of a text object
 };
