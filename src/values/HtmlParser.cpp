@@ -208,8 +208,17 @@ template <class Sink>
 void Tokenizer<Sink>::AddParam(HtmlObject& object, std::string_view name, std::string_view value, char quote,
                          HtmlTagParam::ValueForm form) const {
     const auto quoteCharacter = static_cast<wchar_t>(quote);
-    object.AddEntry(Arena != nullptr ? Arena->Make<HtmlTagParam>(name, value, quoteCharacter, form)
-                                     : new HtmlTagParam(name, value, quoteCharacter, form));
+    if (Arena == nullptr) {
+        object.AddEntry(new HtmlTagParam(name, value, quoteCharacter, form));
+        return;
+    }
+    // The list of a page's tag grows in the arena too: one malloc block less
+    // for every tag with more parameters than the list holds inline.
+    if (object.GetCount() == object.GetCapacity()) {
+        const unsigned capacity = object.GetCapacity() * 2;
+        object.UseStorage(static_cast<void**>(Arena->Allocate(capacity * sizeof(void*), alignof(void*))), capacity);
+    }
+    object.AddEntry(Arena->Make<HtmlTagParam>(name, value, quoteCharacter, form));
 }
 
 // Reads the tag that starts at `at` into `object`: label, id, end flag,

@@ -47,6 +47,32 @@ TEST_F(NodeListTest, GrowsPastItsInlineSlotsInOrder) {
     for (int i = 0; i < 100; ++i) EXPECT_EQ(*static_cast<int*>(list.GetEntry(static_cast<unsigned>(i + 1))), i);
 }
 
+TEST_F(NodeListTest, LentStorageKeepsTheEntriesAndIsLeftWhenTheListGrowsPastIt) {
+    // Storage on the stack: freeing it (by the list, at growth or at its end)
+    // is a fault that the checked build reports.
+    void* storage[4] = {};
+    {
+        NodeList list(RecordDeleted);
+        for (int i = 0; i < 3; ++i) list.AddEntry(new int(i));
+        list.UseStorage(storage, 4);
+        EXPECT_EQ(list.GetCapacity(), 4u);
+        list.AddEntry(new int(3));
+        EXPECT_EQ(Values(list), (std::vector<int>{0, 1, 2, 3}));
+        EXPECT_EQ(*static_cast<int*>(storage[3]), 3);
+        list.DeleteEntry(1);
+        list.AddEntry(new int(4));
+        EXPECT_EQ(Values(list), (std::vector<int>{1, 2, 3, 4}));
+        list.AddEntry(new int(5));  // past the lent storage
+        EXPECT_GE(list.GetCapacity(), 5u);
+        EXPECT_EQ(Values(list), (std::vector<int>{1, 2, 3, 4, 5}));
+    }
+    EXPECT_EQ(Deleted, (std::vector<int>{0, 1, 2, 3, 4, 5}));
+    NodeList small(RecordDeleted);
+    for (int i = 0; i < 3; ++i) small.AddEntry(new int(i));
+    small.UseStorage(storage, 2);  // too small: refused
+    EXPECT_EQ(Values(small), (std::vector<int>{0, 1, 2}));
+}
+
 TEST_F(NodeListTest, InsertRemoveDeleteAndSet) {
     NodeList list(RecordDeleted);
     list.AddEntry(new int(1));

@@ -9,18 +9,35 @@
 
 NodeList::~NodeList() {
     DeleteAllEntries();
-    if (Items != Inline) std::free(Items);
+    ReleaseItems();
+}
+
+void NodeList::ReleaseItems() {
+    if (Items != Inline && !Lent) std::free(Items);
 }
 
 void NodeList::Grow(unsigned needed) {
     if (needed <= Capacity) return;
-    unsigned capacity = Capacity * 2 > needed ? Capacity * 2 : needed;
+    constexpr unsigned kMostEntries = 0x7FFFFFFFu;  // what the capacity field holds
+    if (needed > kMostEntries) throw std::bad_alloc();
+    const unsigned doubled = static_cast<unsigned>(Capacity) * 2u;
+    unsigned capacity = doubled > needed && doubled <= kMostEntries ? doubled : needed;
     auto** block = static_cast<void**>(std::malloc(static_cast<std::size_t>(capacity) * sizeof(void*)));
     if (block == nullptr) throw std::bad_alloc();
     std::memcpy(block, Items, Count * sizeof(void*));
-    if (Items != Inline) std::free(Items);
+    ReleaseItems();
     Items = block;
     Capacity = capacity;
+    Lent = 0;
+}
+
+void NodeList::UseStorage(void** storage, unsigned capacity) {
+    if (storage == nullptr || capacity < Count || capacity > 0x7FFFFFFFu) return;
+    std::memcpy(storage, Items, Count * sizeof(void*));
+    ReleaseItems();
+    Items = storage;
+    Capacity = capacity;
+    Lent = 1;
 }
 
 int NodeList::InsertEntry(unsigned number, void* entry) {

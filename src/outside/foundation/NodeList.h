@@ -36,6 +36,13 @@ public:
     // Disposes of every entry.
     void DeleteAllEntries();
 
+    // Room for entries before the list must grow.
+    unsigned GetCapacity() const { return Capacity; }
+    // Moves the entries to `storage`, room for `capacity` entries (no fewer
+    // than GetCount()), which the list uses without owning: it must outlive
+    // the list. Growing past it moves the entries to a block of the list's own.
+    void UseStorage(void** storage, unsigned capacity);
+
     // Stable sort by SortCompare.
     void Sort();
     // Order of two entries: negative, 0 or positive. The base keeps the order.
@@ -46,11 +53,13 @@ protected:
 
 private:
     void Grow(unsigned needed);
+    void ReleaseItems();  // frees Items if it is a block of the list's own
 
     static constexpr unsigned kInlineEntries = 2;  // most tags carry one or two parameters
 
-    void** Items;        // Inline until the list outgrows it, then a malloc block
+    void** Items;        // Inline until the list outgrows it, then a malloc block or lent storage
     unsigned Count = 0;
-    unsigned Capacity = kInlineEntries;
+    unsigned Capacity : 31 = kInlineEntries;
+    unsigned Lent : 1 = 0;  // Items is storage given by UseStorage
     void* Inline[kInlineEntries];
 };
