@@ -1,22 +1,27 @@
 // HtmlObjectArena: block memory for parsed pages, with a per-thread cache of
-// free blocks.
+// free blocks. Blocks are pages mapped for the arena, not malloc memory: a
+// large page's blocks go back to the system as soon as it ends, and a checked
+// build does not hold them in its quarantine or paint them when they are
+// freed (it cannot check the objects inside a block anyway).
 #include "values/HtmlObjectArena.h"
 
-#include <cstdlib>
+#include <new>
+
+#include "outside/foundation/PageMemory.h"
 
 namespace {
 
 // Free blocks kept for the next page of this thread. 128 blocks of 256 KiB are
-// 32 MiB: the objects of a page of a few MiB; larger pages go back to malloc.
+// 32 MiB: the objects of a page of a few MiB; larger pages go back to the system.
 constexpr std::size_t kMaxCachedBlocks = 128;
 
 struct BlockCache {
     void* Free[kMaxCachedBlocks];
     std::size_t Count = 0;
-    bool Closed = false;  // the thread is ending: blocks go straight back to malloc
+    bool Closed = false;  // the thread is ending: blocks go straight back to the system
 
     ~BlockCache() {
-        for (std::size_t i = 0; i < Count; ++i) std::free(Free[i]);
+        for (std::size_t i = 0; i < Count; ++i) UnmapPages(Free[i], HtmlObjectArena::kBlockSize);
         Count = 0;
         Closed = true;
     }
@@ -36,7 +41,7 @@ HtmlObjectArena::~HtmlObjectArena() {
         if (block->Size == kBlockSize && !tCache.Closed && tCache.Count < kMaxCachedBlocks) {
             tCache.Free[tCache.Count++] = block;
         } else {
-            std::free(block);
+            UnmapPages(block, block->Size);
         }
         block = next;
     }
@@ -49,7 +54,7 @@ void HtmlObjectArena::NewBlock(std::size_t needed) {
     if (size == kBlockSize && tCache.Count > 0) {
         memory = tCache.Free[--tCache.Count];
     } else {
-        memory = std::malloc(size);
+        memory = MapPages(size);
         if (memory == nullptr) throw std::bad_alloc();
     }
     auto* block = static_cast<Block*>(memory);

@@ -52,7 +52,7 @@ public:
     }
 
     static constexpr std::size_t kAlignment = alignof(std::max_align_t);
-    static constexpr std::size_t kBlockSize = 256 * 1024;  // a few hundred objects each, well past malloc's mmap threshold
+    static constexpr std::size_t kBlockSize = 256 * 1024;  // about two thousand objects each; whole pages
 
 private:
     struct Block {

@@ -6,13 +6,16 @@
 #include <string>
 
 #include "outside/foundation/Files.h"
+#include "outside/foundation/PageMemory.h"
 #include "values/HtmlParser.h"
 
 HtmlObjectList::HtmlObjectList(const NyxString& path) : FilePath(path) {
-    std::string contents;
+    // The text is needed only while parsing; a large one goes straight back
+    // to the system afterwards.
+    PageBuffer contents;
     if (!FileReadAll(path, contents)) return;
     Read = true;
-    Parse(contents);
+    Parse(std::string_view(contents.data(), contents.size()));
 }
 
 HtmlObjectList::HtmlObjectList(const NyxString& path, std::string_view text) : FilePath(path), Read(true) {

@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include "outside/foundation/NativePath.h"
+#include "outside/foundation/PageMemory.h"
 
 namespace {
 
@@ -100,7 +101,11 @@ int FileSetMode(const NyxString& path, unsigned mode) {
     return chmod(path.GetString(), static_cast<mode_t>(mode & 07777)) == 0 ? 0 : -1;
 }
 
-bool FileReadAll(const NyxString& path, std::string& contents) {
+namespace {
+
+// Any buffer with clear, size, resize and data: std::string or PageBuffer.
+template <class Buffer>
+bool ReadAllInto(const NyxString& path, Buffer& contents) {
     contents.clear();
     int handle = FileOpen(path, 0);
     if (handle < 0) return false;
@@ -138,3 +143,9 @@ bool FileReadAll(const NyxString& path, std::string& contents) {
     }
     return true;
 }
+
+}  // namespace
+
+bool FileReadAll(const NyxString& path, std::string& contents) { return ReadAllInto(path, contents); }
+
+bool FileReadAll(const NyxString& path, PageBuffer& contents) { return ReadAllInto(path, contents); }

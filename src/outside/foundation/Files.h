@@ -6,6 +6,8 @@
 
 #include "values/NyxString.h"
 
+class PageBuffer;
+
 // Opens an existing file. mode 0 opens it for reading (and so also tests that
 // it is readable); mode 1 opens it for writing without truncating. Returns a
 // handle, or -1 on failure.
@@ -40,3 +42,5 @@ int FileSetMode(const NyxString& path, unsigned mode);
 // Reads the whole file into `contents`; false (contents emptied) if it
 // cannot be read.
 bool FileReadAll(const NyxString& path, std::string& contents);
+// The same into a PageBuffer, for files that are let go of as soon as read.
+bool FileReadAll(const NyxString& path, PageBuffer& contents);

@@ -1,6 +1,7 @@
 // Tests of the file functions: handles, appending, facts about paths.
 #include "outside/foundation/Files.h"
 
+#include <cstring>
 #include <fcntl.h>
 #include <string>
 #include <sys/stat.h>
@@ -9,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include "TemporaryFolder.h"
+#include "outside/foundation/PageMemory.h"
 
 namespace {
 
@@ -165,6 +167,34 @@ TEST(FilesTest, ReadAllKeepsEveryByte) {
     std::string data("a\0b\r\n\xff", 6);
     WriteWhole(path, data);
     EXPECT_EQ(ReadWhole(path), data);
+}
+
+TEST(FilesTest, ReadAllIntoPageBufferOnEitherSideOfTheMappingSize) {
+    TemporaryFolder folder;
+    for (std::size_t size : {std::size_t{5}, PageBuffer::kMapFrom - 1, PageBuffer::kMapFrom, 3 * PageBuffer::kMapFrom + 7}) {
+        std::string data(size, 'x');
+        for (std::size_t i = 0; i < size; i += 997) data[i] = static_cast<char>('a' + i % 26);
+        data.back() = 'Z';
+        std::string path = folder / ("file" + std::to_string(size));
+        WriteWhole(path, data);
+        PageBuffer contents;
+        ASSERT_TRUE(FileReadAll(Nyx(path), contents));
+        EXPECT_EQ(std::string(contents.data(), contents.size()), data) << size;
+    }
+    PageBuffer contents;
+    EXPECT_FALSE(FileReadAll(Nyx(folder / "missing"), contents));
+    EXPECT_EQ(contents.size(), 0u);
+}
+
+TEST(FilesTest, PageBufferKeepsItsBytesWhenItMovesIntoMappedPages) {
+    PageBuffer buffer;
+    buffer.resize(3);
+    std::memcpy(buffer.data(), "abc", 3);
+    buffer.resize(PageBuffer::kMapFrom * 2);
+    EXPECT_EQ(std::string(buffer.data(), 3), "abc");
+    buffer.data()[PageBuffer::kMapFrom * 2 - 1] = 'z';
+    buffer.resize(2);
+    EXPECT_EQ(std::string(buffer.data(), buffer.size()), "ab");
 }
 
 TEST(FilesTest, ReadAllFailsOnMissingFileAndFolder) {
