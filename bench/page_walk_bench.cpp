@@ -1,13 +1,12 @@
 // Parses and walks a 1 MB page of ordinary HTML into a caller's string and
 // prints the rate in MB/s (best of several runs).
-#include <malloc.h>
-
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <string>
 
+#include "app/MemoryRetention.h"
 #include "page/VexlPage.h"
 
 namespace {
@@ -28,10 +27,8 @@ std::string MakePage(std::size_t size) {
 }  // namespace
 
 int main() {
-    // As `vexl fcgi` and `vexl serve` do: keep freed memory in the process for
-    // the next render instead of faulting it in afresh.
-    mallopt(M_MMAP_THRESHOLD, 32 << 20);
-    mallopt(M_TRIM_THRESHOLD, 128 << 20);
+    // As `vexl fcgi` and `vexl serve` do.
+    KeepFreedMemoryForNextRequests();
     const std::string page = MakePage(1 << 20);
     const std::filesystem::path path = std::filesystem::temp_directory_path() / "vexl-bench-page.html";
     std::ofstream(path, std::ios::binary) << page;

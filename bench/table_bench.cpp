@@ -7,10 +7,10 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
-#include <malloc.h>
 #include <string>
 #include <vector>
 
+#include "app/MemoryRetention.h"
 #include "page/VexlPage.h"
 
 namespace fs = std::filesystem;
@@ -41,10 +41,8 @@ double MicrosecondsPerRender(const fs::path& page, int rows, int renders, std::s
 }  // namespace
 
 int main() {
-    // As `vexl fcgi` and `vexl serve` do: keep freed memory in the process for
-    // the next render instead of faulting it in afresh.
-    mallopt(M_MMAP_THRESHOLD, 32 << 20);
-    mallopt(M_TRIM_THRESHOLD, 128 << 20);
+    // As `vexl fcgi` and `vexl serve` do.
+    KeepFreedMemoryForNextRequests();
     const fs::path folder = fs::temp_directory_path() / "vexl-table-bench";
     fs::create_directories(folder);
     Write(folder / "header.vxl", "<html><head><title>Orders</title></head><body>\n<table class=\"orders\">\n");

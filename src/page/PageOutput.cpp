@@ -15,13 +15,13 @@ void VexlPage::AppendOutput(const NyxString& text) { AppendOutput(text.GetString
 void VexlPage::AppendOutput(const char* text, unsigned size) {
     NyxString& sink = Sink();
     sink.AppendBytes(text, size);
-    if (!OutputIsExternal && sink.GetLength() >= kFlushThreshold) FlushOutput();
+    FlushIfFull(sink);
 }
 
 void VexlPage::AppendOutput(char c) {
     NyxString& sink = Sink();
     sink.Append(c);
-    if (!OutputIsExternal && sink.GetLength() >= kFlushThreshold) FlushOutput();
+    FlushIfFull(sink);
 }
 
 void VexlPage::AppendOutput(const HtmlObject& object) { AppendOutput(object, nullptr, 0); }
@@ -29,7 +29,7 @@ void VexlPage::AppendOutput(const HtmlObject& object) { AppendOutput(object, nul
 void VexlPage::AppendOutput(const HtmlObject& object, const NyxString* const* replacements, unsigned count) {
     NyxString& sink = Sink();
     object.AppendOutputTo(sink, replacements, count);
-    if (!OutputIsExternal && sink.GetLength() >= kFlushThreshold) FlushOutput();
+    FlushIfFull(sink);
 }
 
 void VexlPage::AppendListedObject(int index, bool lineEnd) {
@@ -37,6 +37,11 @@ void VexlPage::AppendListedObject(int index, bool lineEnd) {
     NyxString& sink = Sink();
     HtmlList->AppendOutputOf(index, sink);
     if (lineEnd) sink.Append('\n');
+    FlushIfFull(sink);
+}
+
+void VexlPage::FlushIfFull(const NyxString& sink) {
+    // The caller's string only grows; the page's own buffer goes out in pieces.
     if (!OutputIsExternal && sink.GetLength() >= kFlushThreshold) FlushOutput();
 }
 

@@ -101,6 +101,7 @@ private:
                             QuinceContext::enum_VarListType list);  // CreateOneVariable's work
     NyxString& Sink() { return Output != nullptr ? *Output : MakeOwnBuffer(); }  // Output, made on first use
     NyxString& MakeOwnBuffer();
+    void FlushIfFull(const NyxString& sink);  // after an append to Sink()
 
     NyxString* OwnBuffer = nullptr;  // the page's own buffer, kept alive for child pages
     WalkBudget OwnWalks;

@@ -71,18 +71,12 @@ HtmlBlockIndex::HtmlBlockIndex(const HtmlObjectList& list) : List(list) {}
 int HtmlBlockIndex::FindIfPartner(int index, IfStop stop) const {
     const int count = static_cast<int>(List.GetCount());
     if (index < 0 || index >= count) return index;
-    std::vector<int>* answers = &End;
-    if (stop == IfStop::ElseIfElseEnd) {
-        answers = &ElseIfElseEnd;
-        if (answers->empty()) *answers = AnswerAll(List, count - 1, IfRoles(true, true));
-    } else if (stop == IfStop::ElseEnd) {
-        answers = &ElseEnd;
-        if (answers->empty()) *answers = AnswerAll(List, count - 1, IfRoles(false, true));
-    } else if (answers->empty()) {
-        *answers = AnswerAll(List, count - 1, IfRoles(false, false));
-    }
+    const bool elseIfStops = stop == IfStop::ElseIfElseEnd;
+    const bool elseStops = stop != IfStop::End;
+    std::vector<int>& answers = elseIfStops ? ElseIfElseEnd : elseStops ? ElseEnd : End;
+    if (answers.empty()) answers = AnswerAll(List, count - 1, IfRoles(elseIfStops, elseStops));
     // The list resets its index on every change, so the answers cover it.
-    return (*answers)[static_cast<std::size_t>(index)];
+    return answers[static_cast<std::size_t>(index)];
 }
 
 int HtmlBlockIndex::FindLoopPartner(int index) const {

@@ -30,6 +30,10 @@ protected:
         std::ofstream(path, std::ios::binary) << text;
         return path.string();
     }
+    // A configuration whose session store lies in the test's folder.
+    std::string WriteSessionIni() {
+        return Write("site.ini", "[QuinceConfig]\nSessionStore = " + (Folder / "s.db").string() + "\n");
+    }
 
     fs::path Folder;
 };
@@ -158,7 +162,7 @@ TEST_F(VexlPageTest, TemporaryFilesOfChildPagesAreDeletedWithTheRequest) {
 TEST_F(VexlPageTest, SessionNumbersComeFromTheGeneratorAndSkipTakenOnes) {
     NyxString output;
     VexlPage page;
-    page.SetIniPath(Write("site.ini", "[QuinceConfig]\nSessionStore = " + (Folder / "s.db").string() + "\n").c_str());
+    page.SetIniPath(WriteSessionIni().c_str());
     page.SetOutput(&output);
     page.SetFile(Write("page.vxl", "<SCRIPT>session int n = 1</SCRIPT>").c_str());
     page.SetSessionId(41, 3600);
@@ -178,7 +182,7 @@ TEST_F(VexlPageTest, SessionNumbersComeFromTheGeneratorAndSkipTakenOnes) {
 TEST_F(VexlPageTest, MemoryRunningOutEndsTheCallQuietlyAndThePageStaysUsable) {
     NyxString output;
     VexlPage page;
-    page.SetIniPath(Write("site.ini", "[QuinceConfig]\nSessionStore = " + (Folder / "s.db").string() + "\n").c_str());
+    page.SetIniPath(WriteSessionIni().c_str());
     page.SetOutput(&output);
     page.SetFile(Write("page.vxl", "<p>(<SETVAR name=\"n\" value=\"7\">)</p>").c_str());
     page.DrawSessionNumber = []() -> unsigned { throw std::bad_alloc(); };

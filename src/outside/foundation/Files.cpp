@@ -111,7 +111,7 @@ bool ReadAllInto(const NyxString& path, Buffer& contents) {
     if (handle < 0) return false;
     // The size is only a hint (a pipe or a growing file reads past it): the
     // buffer starts at the size and doubles while the file holds more. The
-    // bytes are read straight into the string, without a copy.
+    // bytes are read straight into the buffer, without a copy.
     std::size_t room = kReadChunkBytes;
     struct stat facts;
     if (fstat(handle, &facts) == 0 && S_ISREG(facts.st_mode) && facts.st_size > 0 &&

@@ -18,7 +18,6 @@ void NodeList::ReleaseItems() {
 
 void NodeList::Grow(unsigned needed) {
     if (needed <= Capacity) return;
-    constexpr unsigned kMostEntries = 0x7FFFFFFFu;  // what the capacity field holds
     if (needed > kMostEntries) throw std::bad_alloc();
     const unsigned doubled = static_cast<unsigned>(Capacity) * 2u;
     unsigned capacity = doubled > needed && doubled <= kMostEntries ? doubled : needed;
@@ -32,7 +31,7 @@ void NodeList::Grow(unsigned needed) {
 }
 
 void NodeList::UseStorage(void** storage, unsigned capacity) {
-    if (storage == nullptr || capacity < Count || capacity > 0x7FFFFFFFu) return;
+    if (storage == nullptr || capacity < Count || capacity > kMostEntries) return;
     std::memcpy(storage, Items, Count * sizeof(void*));
     ReleaseItems();
     Items = storage;

@@ -56,6 +56,7 @@ private:
     void ReleaseItems();  // frees Items if it is a block of the list's own
 
     static constexpr unsigned kInlineEntries = 2;  // most tags carry one or two parameters
+    static constexpr unsigned kMostEntries = 0x7FFFFFFFu;  // what the capacity field holds
 
     void** Items;        // Inline until the list outgrows it, then a malloc block or lent storage
     unsigned Count = 0;

@@ -192,6 +192,8 @@ public:
 
 private:
     const Limits& ReadLimits();
+    // Runs a compiled expression; false (and ExpressionError set) on failure.
+    bool RunExpression(CachedExpression* expression, Value& result);
 
     bool LimitsRead = false;
     Limits CurrentLimits;

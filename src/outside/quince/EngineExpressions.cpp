@@ -68,11 +68,16 @@ CachedExpression* Engine::CompileExpression(const NyxString& text) {
     return entry;
 }
 
+bool Engine::RunExpression(CachedExpression* expression, Value& result) {
+    if (expression == nullptr || expression->Code == nullptr) return false;
+    GetLimits();  // the configured bounds in force before the machine runs
+    result = Value::MakeNone();
+    return Machine.Run(expression->Code, nullptr, 0, result, ExpressionError);
+}
+
 bool Engine::EvaluateExpression(CachedExpression* expression, Stack* stack) {
-    if (expression == nullptr || expression->Code == nullptr || stack == nullptr) return false;
-    GetLimits();
     Value result = Value::MakeNone();
-    if (!Machine.Run(expression->Code, nullptr, 0, result, ExpressionError)) return false;
+    if (stack == nullptr || !RunExpression(expression, result)) return false;
     static const NyxString kNoName;
     Variable* variable = VariableFromValue(result, kNoName);
     Release(result);
@@ -84,10 +89,8 @@ bool Engine::EvaluateExpression(CachedExpression* expression, Stack* stack) {
 void DeleteExpressionViews(ExpressionViews* views) { delete views; }
 
 Variable* Engine::EvaluateExpressionView(CachedExpression* expression) {
-    if (expression == nullptr || expression->Code == nullptr) return nullptr;
-    GetLimits();
     Value result = Value::MakeNone();
-    if (!Machine.Run(expression->Code, nullptr, 0, result, ExpressionError)) return nullptr;
+    if (!RunExpression(expression, result)) return nullptr;
     if (Views == nullptr) Views.reset(new ExpressionViews);
     Views->Other.reset();
     Variable* view = nullptr;
