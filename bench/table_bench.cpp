@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -40,7 +41,7 @@ double MicrosecondsPerRender(const fs::path& page, int rows, int renders, std::s
 
 }  // namespace
 
-int main() {
+int main(int argc, char** argv) {
     // As `vexl fcgi` and `vexl serve` do.
     KeepFreedMemoryForNextRequests();
     const fs::path folder = fs::temp_directory_path() / "vexl-table-bench";
@@ -54,8 +55,16 @@ int main() {
           "<td id=(row)>Item</td><td data-price=(row * 3)>Price</td><td data-half=(row / 2)>Half</td></tr>\n"
           "</LOOP>\n"
           "<INCLUDE file=\"footer.vxl\">\n");
-    // No rows: what every render costs besides its rows (page, includes, engine).
     std::size_t size = 0;
+    // `table_bench ROWS RENDERS` times one size only, for a profiler.
+    if (argc == 3) {
+        const int rows = std::atoi(argv[1]);
+        const double micros = MicrosecondsPerRender(folder / "table.vxl", rows, std::max(1, std::atoi(argv[2])), &size);
+        std::printf("table of %5d rows: %8.1f us per render (median), %zu bytes out\n", rows, micros, size);
+        fs::remove_all(folder);
+        return 0;
+    }
+    // No rows: what every render costs besides its rows (page, includes, engine).
     const double fixed = MicrosecondsPerRender(folder / "table.vxl", 0, 200, &size);
     std::printf("table of     0 rows: %8.1f us per render (median), %zu bytes out\n", fixed, size);
     for (int rows : {1000, 10000}) {

@@ -39,12 +39,14 @@ int VexlInclude::Start(int index, HtmlObject*) {
     delete file;
 
     NyxString message;
-    if (FileExists(path) == 0) {
+    // One look at the file: a file that exists always has a type in its mode.
+    const unsigned mode = FileGetMode(path);
+    if (mode == 0) {
         message.Printf("<P>INCLUDE tag cannot find file '%S'.</P>\n", &path);
         Page->ErrorOutput(tag->GetLineNum(), "%S", &message);
         return -1;
     }
-    if ((FileGetMode(path) & 0x8000u) == 0) {
+    if ((mode & 0x8000u) == 0) {
         message.Printf("<P>INCLUDE tag path '%S' is not a regular file.</P>\n", &path);
         Page->ErrorOutput(tag->GetLineNum(), "%S", &message);
         return -1;

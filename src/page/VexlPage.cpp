@@ -55,15 +55,10 @@ VexlPage::~VexlPage() {
 void VexlPage::SetFile(const NyxString& path) {
     Contained([&] {
         const NyxString fullPath = CompletePath(path);
-        const int handle = FileOpen(fullPath, 0);
-        if (handle == -1) {
-            PrintOutput("<P>Unable to open file '%S'.</P>\n", &fullPath);
-        } else {
-            FileClose(handle);
-        }
         delete HtmlList;
         HtmlList = nullptr;
         HtmlList = new HtmlObjectList(fullPath);
+        if (!HtmlList->WasOpened()) PrintOutput("<P>Unable to open file '%S'.</P>\n", &fullPath);
     });
 }
 

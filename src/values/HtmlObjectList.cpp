@@ -13,7 +13,7 @@ HtmlObjectList::HtmlObjectList(const NyxString& path) : FilePath(path) {
     // The text is needed only while parsing; a large one goes straight back
     // to the system afterwards.
     PageBuffer contents;
-    if (!FileReadAll(path, contents)) return;
+    if (!FileReadAll(path, contents, &Opened)) return;
     Read = true;
     Parse(std::string_view(contents.data(), contents.size()));
 }

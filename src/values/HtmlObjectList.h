@@ -40,6 +40,8 @@ public:
 
     // True when the constructor could read the file (always true for text).
     bool WasRead() const { return Read; }
+    // False when the file could not even be opened (made from a path only).
+    bool WasOpened() const { return Opened; }
 
     // Where each IF branch and LOOP block ends; worked out on first use and
     // kept while entries are only replaced by copies with the same id.
@@ -72,6 +74,7 @@ private:
     HtmlObjectArena Arena;  // the parser's objects, the segments; its objects are destroyed by ~HtmlObjectList
     NyxString FilePath;
     bool Read = false;
+    bool Opened = true;
     unsigned Count = 0;
     std::vector<HtmlObject**> Segments;  // each kSegmentSize slots, in Arena; slots below Count are owned, never null
     // Per object: 0 never printed, 1 printed once, else 2 + the offset of its

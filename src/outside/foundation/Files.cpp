@@ -105,17 +105,18 @@ namespace {
 
 // Any buffer with clear, size, resize and data: std::string or PageBuffer.
 template <class Buffer>
-bool ReadAllInto(const NyxString& path, Buffer& contents) {
+bool ReadAllInto(const NyxString& path, Buffer& contents, bool* opened) {
     contents.clear();
     int handle = FileOpen(path, 0);
+    if (opened != nullptr) *opened = handle >= 0;
     if (handle < 0) return false;
     // The size is only a hint (a pipe or a growing file reads past it): the
     // buffer starts at the size and doubles while the file holds more. The
     // bytes are read straight into the buffer, without a copy.
     std::size_t room = kReadChunkBytes;
     struct stat facts;
-    if (fstat(handle, &facts) == 0 && S_ISREG(facts.st_mode) && facts.st_size > 0 &&
-        static_cast<unsigned long long>(facts.st_size) < kMaxReadAllBytes) {
+    const bool regular = fstat(handle, &facts) == 0 && S_ISREG(facts.st_mode);
+    if (regular && facts.st_size > 0 && static_cast<unsigned long long>(facts.st_size) < kMaxReadAllBytes) {
         room = static_cast<std::size_t>(facts.st_size) + 1;
     }
     std::size_t used = 0;
@@ -134,6 +135,11 @@ bool ReadAllInto(const NyxString& path, Buffer& contents) {
             break;
         }
         used += static_cast<std::size_t>(count);
+        // A regular file reads short only at its end: no further call needed to learn it.
+        if (regular && used < contents.size()) {
+            complete = true;
+            break;
+        }
     }
     FileClose(handle);
     contents.resize(used);
@@ -146,6 +152,8 @@ bool ReadAllInto(const NyxString& path, Buffer& contents) {
 
 }  // namespace
 
-bool FileReadAll(const NyxString& path, std::string& contents) { return ReadAllInto(path, contents); }
+bool FileReadAll(const NyxString& path, std::string& contents) { return ReadAllInto(path, contents, nullptr); }
 
-bool FileReadAll(const NyxString& path, PageBuffer& contents) { return ReadAllInto(path, contents); }
+bool FileReadAll(const NyxString& path, PageBuffer& contents, bool* opened) {
+    return ReadAllInto(path, contents, opened);
+}

@@ -42,5 +42,6 @@ int FileSetMode(const NyxString& path, unsigned mode);
 // Reads the whole file into `contents`; false (contents emptied) if it
 // cannot be read.
 bool FileReadAll(const NyxString& path, std::string& contents);
-// The same into a PageBuffer, for files that are let go of as soon as read.
-bool FileReadAll(const NyxString& path, PageBuffer& contents);
+// The same into a PageBuffer, for files that are let go of as soon as read;
+// `opened`, when given, tells whether the file could be opened at all.
+bool FileReadAll(const NyxString& path, PageBuffer& contents, bool* opened = nullptr);
