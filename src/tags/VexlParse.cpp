@@ -43,7 +43,54 @@ int VexlParse::Start(int index, HtmlObject* stop) {
     return result;
 }
 
+// Objects that the walk writes as they are whatever the page's state, as
+// long as no user tags are defined and texts are not translated: text, and
+// tags of HTML without handler and without expression parameters.
+bool VexlParse::PrintsAsItIs(HtmlObject* entry) {
+    const int id = entry->GetTagId();
+    if (id == TagId::Text) return true;
+    if (id >= TagId::FirstOwnTag || id == TagId::A || id == TagId::Form || id == TagId::Frame || id == TagId::Script) {
+        return false;
+    }
+    return CanEvaluateTag(entry) == 0;
+}
+
+// Writes the stretch of objects from `index` that print as they are, as
+// WriteDefault would write them one by one; from the second visit on, the
+// stretch is written from its kept text. Returns the last index written.
+int VexlParse::WriteStretch(HtmlObject* entry, int index) {
+    const HtmlObjectList& list = *Page->HtmlList;
+    HtmlKeptRuns& runs = list.GetKeptRuns();
+    std::string_view kept;
+    unsigned next = 0;
+    switch (runs.Look(static_cast<unsigned>(index), list.GetCount(), kept, next)) {
+    case HtmlKeptRuns::State::Kept:
+        Page->AppendOutput(kept.data(), static_cast<unsigned>(kept.size()));
+        return static_cast<int>(next) - 1;
+    case HtmlKeptRuns::State::FirstVisit:
+        WriteDefault(entry, index);
+        return index;
+    case HtmlKeptRuns::State::SecondVisit:
+        break;
+    }
+    NyxString text;
+    int end = index;
+    for (HtmlObject* object = entry; object != nullptr && PrintsAsItIs(object); object = list.GetEntry(++end)) {
+        if (object->GetTagId() == TagId::Text) {
+            text += object->GetText();
+            continue;
+        }
+        list.AppendOutputOf(end, text);
+        if (!(object->GetTagId() == TagId::Textarea && !object->IsEndTag())) text.Append('\n');
+    }
+    runs.Keep(static_cast<unsigned>(index), static_cast<unsigned>(end), text.View());
+    Page->AppendOutput(text);
+    return end - 1;
+}
+
 int VexlParse::Walk(int index, HtmlObject* stop) {
+    // A stretch can be written whole only if no object in it could be the stop.
+    const bool stretches = stop == nullptr || stop->GetTagId() >= TagId::FirstOwnTag;
     for (HtmlObject* entry = Page->HtmlList->GetEntry(index); entry != nullptr;
          entry = Page->HtmlList->GetEntry(index)) {
         if (stop != nullptr && entry->GetTagId() == stop->GetTagId() && entry->IsEndTag() == stop->IsEndTag()) {
@@ -62,6 +109,10 @@ int VexlParse::Walk(int index, HtmlObject* stop) {
         case TagId::SetHeader: HandleSetHeader(entry); break;
         case TagId::Translation: HandleTranslation(entry); break;
         default: {
+            if (stretches && Page->TagDefs.IsEmpty() && !Page->TranslationEnabled && PrintsAsItIs(entry)) {
+                index = WriteStretch(entry, index);
+                break;
+            }
             if (!Page->TagDefs.IsEmpty()) {
                 NyxString key(entry->IsEndTag() ? "/" : "");
                 key += entry->GetTagLabel();

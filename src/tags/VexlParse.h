@@ -20,6 +20,8 @@ public:
 private:
     int Walk(int index, HtmlObject* stop);
     void WriteDefault(HtmlObject* entry, int index);
+    bool PrintsAsItIs(HtmlObject* entry);
+    int WriteStretch(HtmlObject* entry, int index);
     void HandleFrame(HtmlObject* tag);
     void HandleForm(HtmlObject* tag);
     void HandleTranslation(HtmlObject* tag);

@@ -49,6 +49,7 @@ void HtmlObjectList::ReplaceEntry(int index, HtmlObject* object) {
     HtmlObject* previous = slot;
     if (previous->GetTagId() != object->GetTagId() || previous->IsEndTag() != object->IsEndTag()) BlockIndex.reset();
     if (!PrintMarks.empty()) PrintMarks[static_cast<unsigned>(index)] = 0;
+    KeptRuns.ForgetAll();
     slot = object;
     Destroy(previous);
 }
@@ -58,6 +59,7 @@ void HtmlObjectList::AddEntry(HtmlObject* object) {
     BlockIndex.reset();
     Append(object);
     if (!PrintMarks.empty()) PrintMarks.push_back(0);
+    KeptRuns.ForgetAll();
 }
 
 void HtmlObjectList::AppendOutputOf(int index, NyxString& out) const {

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "values/HtmlBlockIndex.h"
+#include "values/HtmlKeptRuns.h"
 #include "values/HtmlObject.h"
 #include "values/HtmlObjectArena.h"
 #include "values/NyxString.h"
@@ -52,6 +53,10 @@ public:
     // printings (a loop's body) cost one copy; ReplaceEntry forgets it.
     void AppendOutputOf(int index, NyxString& out) const;
 
+    // The walker's kept stretches of objects printed as they are; forgotten
+    // whenever an entry is replaced or added.
+    HtmlKeptRuns& GetKeptRuns() const { return KeptRuns; }
+
 private:
     friend class HtmlParser;
 
@@ -82,5 +87,6 @@ private:
     // the first AppendOutputOf.
     mutable std::vector<uint32_t> PrintMarks;
     mutable std::string PrintedTexts;
+    mutable HtmlKeptRuns KeptRuns;
     mutable std::unique_ptr<HtmlBlockIndex> BlockIndex;  // null until asked for, or after a change of ids
 };

@@ -13,6 +13,7 @@ constexpr int Form = 38;
 constexpr int Frame = 62;
 constexpr int Script = 69;
 constexpr int Style = 70;
+constexpr int FirstOwnTag = 1000;  // the page language's own tags from here on
 constexpr int Include = 1003;
 constexpr int SetVar = 1004;
 constexpr int Loop = 1005;

@@ -64,8 +64,11 @@ TEST(HtmlObjectListTest, UnreadablePathGivesAnEmptyList) {
     EXPECT_EQ(missing.GetCount(), 0u);
     EXPECT_EQ(missing.GetEntry(0), nullptr);
     EXPECT_FALSE(missing.WasRead());
+    EXPECT_FALSE(missing.WasOpened());
     HtmlObjectList directory{NyxString(folder.Path.string().c_str())};
     EXPECT_EQ(directory.GetCount(), 0u);
+    EXPECT_TRUE(directory.WasOpened());
+    EXPECT_FALSE(directory.WasRead());
     HtmlObjectList empty{NyxString("")};
     EXPECT_EQ(empty.GetCount(), 0u);
 }
@@ -152,6 +155,27 @@ TEST(HtmlObjectListTest, PrintedTagsComeOutTheSameEveryTimeAndChangeWithTheirRep
     list->AppendOutputOf(4, out);
     list->AppendOutputOf(-1, out);
     EXPECT_EQ(out.ToStd(), "!!");
+}
+
+TEST(HtmlObjectListTest, KeptStretchesComeOnTheThirdVisitAndGoWithAnyChange) {
+    auto list = Parse("<td>a</td><br>");
+    HtmlKeptRuns& runs = list->GetKeptRuns();
+    std::string_view text;
+    unsigned next = 0;
+    EXPECT_EQ(runs.Look(1, list->GetCount(), text, next), HtmlKeptRuns::State::FirstVisit);
+    EXPECT_EQ(runs.Look(1, list->GetCount(), text, next), HtmlKeptRuns::State::SecondVisit);
+    runs.Keep(1, 3, "a</td>\n");
+    ASSERT_EQ(runs.Look(1, list->GetCount(), text, next), HtmlKeptRuns::State::Kept);
+    EXPECT_EQ(text, "a</td>\n");
+    EXPECT_EQ(next, 3u);
+    EXPECT_EQ(runs.Look(0, list->GetCount(), text, next), HtmlKeptRuns::State::FirstVisit);
+
+    // The kept text may hold the replaced object's printing: it is forgotten.
+    list->ReplaceEntry(2, new HtmlObject(*list->GetEntry(2)));
+    EXPECT_EQ(runs.Look(1, list->GetCount(), text, next), HtmlKeptRuns::State::FirstVisit);
+    runs.Keep(1, 2, "a");
+    list->AddEntry(new HtmlObject(0));
+    EXPECT_EQ(runs.Look(1, list->GetCount(), text, next), HtmlKeptRuns::State::FirstVisit);
 }
 
 TEST(HtmlObjectListTest, AddEntryAppends) {

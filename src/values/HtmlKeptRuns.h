@@ -1,0 +1,34 @@
+// HtmlKeptRuns: the printed text of stretches of a list's objects that are
+// always printed as they are, kept per first index so that a walk that comes
+// by again (a loop's body) writes a stretch with one copy. A stretch is kept
+// on its second visit only: a page walked once keeps nothing.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+class HtmlKeptRuns {
+public:
+    enum class State { FirstVisit, SecondVisit, Kept };
+
+    // What is known of the stretch from `index` in a list of `count`
+    // objects; a first visit is recorded. For Kept, `text` and `next` (the
+    // first index behind the stretch) are set, valid until the next Keep or
+    // ForgetAll.
+    State Look(unsigned index, unsigned count, std::string_view& text, unsigned& next);
+    // Keeps the text of the stretch from `index` to before `next`.
+    void Keep(unsigned index, unsigned next, std::string_view text);
+    // Forgets every stretch, as when an object of the list changes.
+    void ForgetAll();
+
+private:
+    struct Mark {
+        uint32_t Offset = 0;      // 0: visited once; else 1 + the offset of the stretch in Texts
+        uint32_t Generation = 0;  // the mark counts only while this is Generation
+    };
+    std::vector<Mark> Marks;  // per object; empty until the first Look
+    std::string Texts;        // per stretch: its 32-bit size, its 32-bit next index, then the bytes
+    uint32_t Generation = 1;
+};
