@@ -15,7 +15,7 @@ int VexlIf::FindElseEndTag(int index) { return FindIfPartner(*Page->HtmlList, in
 int VexlIf::Start(int index, HtmlObject*) {
     HtmlObject* tag = Page->HtmlList->GetEntry(index);
     int end = 0;
-    if (EvaluateCondition(tag->GetStrValue("condition")) != 0) {
+    if (EvaluateCondition(tag->GetValueInPlace("condition")) != 0) {
         end = FindElseIfElseEndTag(index);
     } else {
         // Each step moves forward, so this ends within the list.
@@ -26,7 +26,7 @@ int VexlIf::Start(int index, HtmlObject*) {
             HtmlObject* branch = Page->HtmlList->GetEntry(index);
             const int id = branch->GetTagId();
             if (id == TagId::ElseIf) {
-                if (EvaluateCondition(branch->GetStrValue("condition")) == 0) continue;
+                if (EvaluateCondition(branch->GetValueInPlace("condition")) == 0) continue;
                 end = FindElseIfElseEndTag(index);
             } else if (id == TagId::Else) {
                 end = FindEndTag(index);

@@ -82,6 +82,12 @@ NyxString HtmlTagParamList::GetStrValue(const NyxString& name) const {
     return number == 0 ? NyxString() : GetEntry(number)->GetValue();
 }
 
+const NyxString& HtmlTagParamList::GetValueInPlace(std::string_view name) const {
+    static const NyxString kAbsent;
+    const int number = FindEntry(name, false);
+    return number == 0 ? kAbsent : GetEntry(number)->GetValue();
+}
+
 long HtmlTagParamList::GetIntValue(const NyxString& name) const {
     const int number = FindEntry(name.View(), false);
     if (number == 0) return 0;

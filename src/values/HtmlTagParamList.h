@@ -34,6 +34,9 @@ public:
     void DeleteEntry(int index);
     // The value of the named parameter (ignoring case); empty if absent.
     NyxString GetStrValue(const NyxString& name) const;
+    // The same value read in place (an empty text when absent), for a caller
+    // that reads it at every visit; valid while the parameter exists.
+    const NyxString& GetValueInPlace(std::string_view name) const;
     // The leading part of the value read as strtol with base 0 reads it; 0 if
     // absent or not a number.
     long GetIntValue(const NyxString& name) const;

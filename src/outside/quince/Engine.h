@@ -84,12 +84,14 @@ struct ExpressionViews;
 void DeleteExpressionViews(ExpressionViews* views);
 
 struct CachedExpression {
+    std::string_view Text;             // the cache's key
     uint32_t RefCount = 1;             // the cache's own, plus one per compiler that holds it
     Procedure* Code = nullptr;         // null: the text does not compile, whatever exists
     std::vector<NyxString> RequiredNames;
     std::vector<NyxString> RequiredCallees;
     uint64_t CheckedGeneration = 0;    // the context's generation when Valid was worked out
     bool Valid = false;                // every required name and callee existed then
+    bool StraightInts = false;         // Code may run without the machine (StraightInts.h)
 };
 void RetainExpression(CachedExpression* expression);
 // Whether the first statement of a text is `proc`.
@@ -202,6 +204,17 @@ private:
     TextMap<void*> LoadedModules;  // by the path they were found at; loaded for the life of the process
 
     TextMap<CachedExpression*> Expressions;
+    // The entry last found for a text at a given address: a tag's parameter
+    // is read in place at every visit, so its address finds the entry without
+    // hashing the text. The text is still compared, as the address may since
+    // hold another. Not owning; emptied with the cache.
+    struct RecentLookup {
+        const char* Address = nullptr;
+        CachedExpression* Entry = nullptr;
+    };
+    static constexpr unsigned kRecentLookups = 256;
+    std::unique_ptr<RecentLookup[]> Recent;
+    CachedExpression* FindExpression(const NyxString& text);
     // Made on the first EvaluateExpressionView.
     std::unique_ptr<ExpressionViews, void (*)(ExpressionViews*)> Views{nullptr, DeleteExpressionViews};
 

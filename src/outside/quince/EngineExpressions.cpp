@@ -1,9 +1,12 @@
 // Engine: the cache of compiled expressions. A cached expression behaves as
 // a fresh compile would: it is valid only while every variable and procedure
 // it names exists, checked again whenever the context's lists have changed.
+#include <algorithm>
+
 #include "outside/quince/Engine.h"
 #include "outside/quince/Parser.h"
 #include "outside/quince/Stack.h"
+#include "outside/quince/StraightInts.h"
 #include "outside/quince/VariableBridge.h"
 #include "values/VarBoolean.h"
 #include "values/VarChar.h"
@@ -28,13 +31,23 @@ struct ExpressionViews {
     std::unique_ptr<Variable, void (*)(Variable*)> Other{nullptr, [](Variable* variable) { Variable::Delete(variable); }};
 };
 
+CachedExpression* Engine::FindExpression(const NyxString& text) {
+    const std::string_view view = text.View();
+    if (Recent == nullptr) Recent.reset(new RecentLookup[kRecentLookups]);
+    const auto address = reinterpret_cast<uintptr_t>(view.data());
+    RecentLookup& recent = Recent[(address ^ (address >> 9)) % kRecentLookups];
+    if (recent.Address == view.data() && recent.Entry->Text == view) return recent.Entry;
+    auto found = Expressions.find(view);
+    if (found == Expressions.end()) return nullptr;
+    recent.Address = view.data();
+    recent.Entry = found->second;
+    return found->second;
+}
+
 CachedExpression* Engine::CompileExpression(const NyxString& text) {
     const Limits& limits = GetLimits();
-    CachedExpression* entry = nullptr;
-    auto found = Expressions.find(text.View());
-    if (found != Expressions.end()) {
-        entry = found->second;
-    } else {
+    CachedExpression* entry = FindExpression(text);
+    if (entry == nullptr) {
         if (Expressions.size() >= kMaxCachedExpressions) ClearExpressionCache();
         entry = new CachedExpression;
         CompiledExpression compiled;
@@ -43,8 +56,9 @@ CachedExpression* Engine::CompileExpression(const NyxString& text) {
             entry->Code = compiled.Code;
             entry->RequiredNames = std::move(compiled.RequiredNames);
             entry->RequiredCallees = std::move(compiled.RequiredCallees);
+            entry->StraightInts = IsStraightIntCode(*entry->Code);
         }
-        Expressions.emplace(text.ToStd(), entry);
+        entry->Text = Expressions.emplace(text.ToStd(), entry).first->first;
     }
     if (entry->Code == nullptr) return nullptr;
     const uint64_t generation = VariableGeneration + CallGeneration();
@@ -72,6 +86,7 @@ bool Engine::RunExpression(CachedExpression* expression, Value& result) {
     if (expression == nullptr || expression->Code == nullptr) return false;
     GetLimits();  // the configured bounds in force before the machine runs
     result = Value::MakeNone();
+    if (expression->StraightInts && RunStraightInts(*this, *expression->Code, result)) return true;
     return Machine.Run(expression->Code, nullptr, 0, result, ExpressionError);
 }
 
@@ -131,6 +146,7 @@ Variable* Engine::EvaluateExpressionView(CachedExpression* expression) {
 }
 
 void Engine::ClearExpressionCache() {
+    if (Recent != nullptr) std::fill_n(Recent.get(), kRecentLookups, RecentLookup{});
     TextMap<CachedExpression*> entries;
     entries.swap(Expressions);
     for (auto& entry : entries) ReleaseExpression(entry.second);

@@ -7,6 +7,7 @@
 #include "outside/quince/Parser.h"
 #include "outside/quince/QuinceContext.h"
 #include "outside/quince/Stack.h"
+#include "outside/quince/StraightInts.h"
 
 namespace quince {
 
@@ -87,6 +88,13 @@ bool Engine::RunForPage(const NyxString& name, Stack* stack) {
         ReportError(NyxString(), 0, message);
         Owner.RunFailed = 1;
         return false;
+    }
+    if (procedure->Straight == Procedure::Straightness::Unknown) {
+        procedure->Straight =
+            IsStraightIntAssignment(*procedure) ? Procedure::Straightness::Assignment : Procedure::Straightness::No;
+    }
+    if (procedure->Straight == Procedure::Straightness::Assignment && RunStraightIntAssignment(*this, *procedure)) {
+        return true;
     }
     // Each pushed variable is bound to a parameter by reference; extra ones are not used.
     std::vector<Value> arguments;

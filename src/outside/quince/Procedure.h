@@ -54,6 +54,8 @@ struct Procedure {
     std::vector<CallSite> Calls;
     unsigned SlotCount = 0;          // parameters, locals and hidden loop slots
     unsigned MaxStack = 0;           // deepest operand stack above the slots
+    // Whether the body is one integer assignment (StraightInts.h); worked out on the first run.
+    enum class Straightness : uint8_t { Unknown, No, Assignment } Straight = Straightness::Unknown;
 
     uint32_t RefCount = 1;           // the procedure list's; each running frame adds one
 

@@ -46,10 +46,6 @@ inline void SetBool(Value& value, bool truth) {
     value.bits = truth ? 1 : 0;
 }
 
-int32_t WrapAdd(int32_t a, int32_t b) { return static_cast<int32_t>(static_cast<uint32_t>(a) + static_cast<uint32_t>(b)); }
-int32_t WrapSubtract(int32_t a, int32_t b) { return static_cast<int32_t>(static_cast<uint32_t>(a) - static_cast<uint32_t>(b)); }
-int32_t WrapMultiply(int32_t a, int32_t b) { return static_cast<int32_t>(static_cast<uint32_t>(a) * static_cast<uint32_t>(b)); }
-
 // The counter, limit and step of a for loop as numbers of one kind.
 bool ForNumbers(const Value* counter, bool& isInteger, NyxString& error) {
     for (int i = 0; i < 3; ++i) {

@@ -27,11 +27,6 @@ const char* OperatorText(Opcode op) {
 
 bool IsIntegral(Kind kind) { return kind == Kind::Bool || kind == Kind::Char || kind == Kind::Int; }
 
-// 32-bit arithmetic that wraps instead of overflowing.
-int32_t WrapAdd(int32_t a, int32_t b) { return static_cast<int32_t>(static_cast<uint32_t>(a) + static_cast<uint32_t>(b)); }
-int32_t WrapSubtract(int32_t a, int32_t b) { return static_cast<int32_t>(static_cast<uint32_t>(a) - static_cast<uint32_t>(b)); }
-int32_t WrapMultiply(int32_t a, int32_t b) { return static_cast<int32_t>(static_cast<uint32_t>(a) * static_cast<uint32_t>(b)); }
-
 bool IntegerArithmetic(Opcode op, int32_t a, int32_t b, int32_t& out, NyxString& error) {
     switch (op) {
         case Opcode::Add: out = WrapAdd(a, b); return true;

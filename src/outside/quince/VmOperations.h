@@ -3,6 +3,8 @@
 // appends, and reading and writing through references.
 #pragma once
 
+#include <cstdint>
+
 #include "outside/quince/Opcodes.h"
 #include "outside/quince/Value.h"
 #include "values/NyxString.h"
@@ -10,6 +12,15 @@
 class Variable;
 
 namespace quince {
+
+// 32-bit arithmetic that wraps instead of overflowing.
+inline int32_t WrapAdd(int32_t a, int32_t b) { return static_cast<int32_t>(static_cast<uint32_t>(a) + static_cast<uint32_t>(b)); }
+inline int32_t WrapSubtract(int32_t a, int32_t b) {
+    return static_cast<int32_t>(static_cast<uint32_t>(a) - static_cast<uint32_t>(b));
+}
+inline int32_t WrapMultiply(int32_t a, int32_t b) {
+    return static_cast<int32_t>(static_cast<uint32_t>(a) * static_cast<uint32_t>(b));
+}
 
 // left = left OP right for Add, Subtract, Multiply, Divide, Modulo. `left` is
 // owned by the caller and replaced; `right` is only read.
