@@ -45,9 +45,11 @@ int VexlLoop::Start(int index, HtmlObject*) {
     HtmlObject stop(0);
     stop.SetTagId(TagId::Loop, 1);
     VexlParse walker(Page);
+    ++Page->Walks->Loops;
     while (EvaluateCondition(condition) != 0) {
         walker.Start(index + 1, &stop);
         if (iterator.IsNotEmpty()) RunQuinceProcedure(iterator, nullptr, 0);
     }
+    --Page->Walks->Loops;
     return FindLoopEndTag(index);
 }

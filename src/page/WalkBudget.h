@@ -1,4 +1,4 @@
-// WalkBudget: how deep walks may nest. Blocks, includes, user tags and child
+// WalkBudget: how deep walks may nest, and whether one repeats. Blocks, includes, user tags and child
 // pages each start a walk inside the one in hand, on one thread's stack.
 #pragma once
 
@@ -11,4 +11,5 @@ constexpr const char* kMaxWalkDepthKey = "MaxWalkDepth";  // section "QuinceConf
 struct WalkBudget {
     int Depth = 0;               // walks in progress
     int Limit = kMaxWalkDepth;
+    int Loops = 0;               // LOOP bodies in progress: only their walks come by an object again
 };

@@ -89,8 +89,9 @@ int VexlParse::WriteStretch(HtmlObject* entry, int index) {
 }
 
 int VexlParse::Walk(int index, HtmlObject* stop) {
-    // A stretch can be written whole only if no object in it could be the stop.
-    const bool stretches = stop == nullptr || stop->GetTagId() >= TagId::FirstOwnTag;
+    // Stretches pay off only where the walk comes by again, in a loop's body;
+    // one is written whole only if no object in it could be the stop.
+    const bool stretches = Page->Walks->Loops > 0 && (stop == nullptr || stop->GetTagId() >= TagId::FirstOwnTag);
     for (HtmlObject* entry = Page->HtmlList->GetEntry(index); entry != nullptr;
          entry = Page->HtmlList->GetEntry(index)) {
         if (stop != nullptr && entry->GetTagId() == stop->GetTagId() && entry->IsEndTag() == stop->IsEndTag()) {
