@@ -1,5 +1,6 @@
-// WalkBudget: how deep walks may nest, and whether one repeats. Blocks, includes, user tags and child
-// pages each start a walk inside the one in hand, on one thread's stack.
+// WalkBudget: how deep walks may nest, and whether one repeats. Blocks,
+// includes, user tags and child pages each start a walk inside the one in
+// hand, on one thread's stack.
 #pragma once
 
 // No honest page nests blocks, includes and generated pages this deep; a page

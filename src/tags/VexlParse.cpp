@@ -22,6 +22,10 @@ int RunBlock(VexlPage* page, int index) {
     return handler.Start(index, nullptr);
 }
 
+// A tag written by the default path is followed by a line end, except a
+// start tag of id 24 (whose content must not gain one).
+bool LineEndBehind(const HtmlObject& tag) { return !(tag.GetTagId() == TagId::Textarea && !tag.IsEndTag()); }
+
 }  // namespace
 
 VexlParse::VexlParse(VexlPage* page) : VexlBase(page) {}
@@ -76,12 +80,8 @@ int VexlParse::WriteStretch(HtmlObject* entry, int index) {
     NyxString text;
     int end = index;
     for (HtmlObject* object = entry; object != nullptr && PrintsAsItIs(object); object = list.GetEntry(++end)) {
-        if (object->GetTagId() == TagId::Text) {
-            text += object->GetText();
-            continue;
-        }
         list.AppendOutputOf(end, text);
-        if (!(object->GetTagId() == TagId::Textarea && !object->IsEndTag())) text.Append('\n');
+        if (object->GetTagId() != TagId::Text && LineEndBehind(*object)) text.Append('\n');
     }
     runs.Keep(static_cast<unsigned>(index), static_cast<unsigned>(end), text.View());
     Page->AppendOutput(text);
@@ -146,7 +146,7 @@ void VexlParse::WriteDefault(HtmlObject* entry, int index) {
         Page->AppendOutput(text);
         return;
     }
-    const bool lineEnd = !(entry->GetTagId() == TagId::Textarea && !entry->IsEndTag());
+    const bool lineEnd = LineEndBehind(*entry);
     if (!CanEvaluateTag(entry)) {
         Page->AppendListedObject(index, lineEnd);
         return;

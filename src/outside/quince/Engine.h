@@ -136,6 +136,15 @@ public:
     VariableList& ListFor(int list);
     // Global, then session, then page: the order in which scripts see names.
     Variable* FindContextVariable(std::string_view name) const;
+    // The variable a name site stands for now: the one it found, while the
+    // variable lists have not changed since.
+    Variable* SiteVariable(NameSite& site) {
+        if (site.Generation != VariableGeneration) {
+            site.Cached = FindContextVariable(site.Name.View());
+            site.Generation = VariableGeneration;
+        }
+        return site.Cached;
+    }
     int AddVariable(Variable* variable, int list);
 
     // --- Procedures and functions (Engine.cpp)

@@ -1,9 +1,10 @@
 // Engine: the cache of compiled expressions. A cached expression behaves as
 // a fresh compile would: it is valid only while every variable and procedure
 // it names exists, checked again whenever the context's lists have changed.
+#include "outside/quince/Engine.h"
+
 #include <algorithm>
 
-#include "outside/quince/Engine.h"
 #include "outside/quince/Parser.h"
 #include "outside/quince/Stack.h"
 #include "outside/quince/StraightInts.h"

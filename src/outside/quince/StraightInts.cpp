@@ -1,5 +1,6 @@
-// StraightInts: integer expressions without the machine. Every case that is
-// not plainly an integer operation that cannot fail goes back to the machine.
+// StraightInts: integer expressions without the machine, with the machine's
+// own integer fast paths. Every case that is not plainly an integer operation
+// that cannot fail goes back to the machine.
 #include "outside/quince/StraightInts.h"
 
 #include <cstddef>
@@ -36,35 +37,6 @@ bool IsBinaryArithmetic(Opcode op) {
     }
 }
 
-bool Compare(Opcode op, int32_t a, int32_t b) {
-    switch (op) {
-        case Opcode::Equal: return a == b;
-        case Opcode::NotEqual: return a != b;
-        case Opcode::Less: return a < b;
-        case Opcode::LessEqual: return a <= b;
-        case Opcode::Greater: return a > b;
-        default: return a >= b;
-    }
-}
-
-// a OP b as the machine's integer paths compute it; false for a division the
-// machine would report or treat otherwise (a divisor of 0 or below).
-bool Combine(Opcode op, int32_t a, int32_t b, int32_t& out) {
-    switch (op) {
-        case Opcode::Add: out = WrapAdd(a, b); return true;
-        case Opcode::Subtract: out = WrapSubtract(a, b); return true;
-        case Opcode::Multiply: out = WrapMultiply(a, b); return true;
-        case Opcode::Divide:
-            if (b <= 0) return false;
-            out = a / b;
-            return true;
-        default:
-            if (b <= 0) return false;
-            out = a % b;
-            return true;
-    }
-}
-
 // Whether the first `count` instructions of `code` are integer operations
 // that leave one value. The machine's forms for operands known to be ints
 // are not among them: a page's expressions name variables, whose type only
@@ -86,15 +58,6 @@ bool IsStraightPrefix(const Procedure& code, std::size_t count) {
     return depth == 1;
 }
 
-// The variable a name site stands for now, as the machine finds it.
-Variable* SiteVariable(Engine& engine, NameSite& site) {
-    if (site.Generation != engine.VariableGeneration) {
-        site.Cached = engine.FindContextVariable(site.Name.View());
-        site.Generation = engine.VariableGeneration;
-    }
-    return site.Cached;
-}
-
 // Runs the first `count` instructions (a straight prefix) into `value`;
 // `truth` tells a comparison's bool from an int. False: the machine must run.
 bool RunPrefix(Engine& engine, Procedure& code, std::size_t count, int32_t& value, bool& truth) {
@@ -109,7 +72,7 @@ bool RunPrefix(Engine& engine, Procedure& code, std::size_t count, int32_t& valu
                 truths[depth++] = false;
                 break;
             case Opcode::LoadName: {
-                Variable* variable = SiteVariable(engine, code.Names[static_cast<unsigned>(in.A)]);
+                Variable* variable = engine.SiteVariable(code.Names[static_cast<unsigned>(in.A)]);
                 if (variable == nullptr || variable->GetTypeId() != Variable::TypeInteger) return false;
                 stack[depth] = static_cast<int32_t>(variable->GetIntegerValue());
                 truths[depth++] = false;
@@ -122,9 +85,9 @@ bool RunPrefix(Engine& engine, Procedure& code, std::size_t count, int32_t& valu
                 const int32_t b = stack[depth - 1];
                 --depth;
                 if (IsComparison(in.Op)) {
-                    stack[depth - 1] = Compare(in.Op, a, b) ? 1 : 0;
+                    stack[depth - 1] = CompareInts(in.Op, a, b) ? 1 : 0;
                     truths[depth - 1] = true;
-                } else if (!Combine(in.Op, a, b, stack[depth - 1])) {
+                } else if (!CombineInts(in.Op, a, b, stack[depth - 1])) {
                     return false;
                 }
                 break;
@@ -166,7 +129,7 @@ bool RunStraightIntAssignment(Engine& engine, Procedure& code) {
     bool truth = false;
     if (!RunPrefix(engine, code, size - 2, value, truth) || truth) return false;
     const Instruction& store = code.Code[size - 2];
-    Variable* variable = SiteVariable(engine, code.Names[static_cast<unsigned>(store.A)]);
+    Variable* variable = engine.SiteVariable(code.Names[static_cast<unsigned>(store.A)]);
     // A plain integer variable: what StoreName and AppendName do to it then.
     if (variable == nullptr || variable->Dereference() != nullptr || variable->GetTypeId() != Variable::TypeInteger) {
         return false;

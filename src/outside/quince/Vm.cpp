@@ -273,13 +273,6 @@ bool Vm::Execute(std::size_t baseFrame, Value& result, RuntimeError& error) {
         ip = frame->Ip;           \
         slots = frame->Slots;     \
     } while (0)
-#define SITE_VARIABLE(site) ((site).Generation == engine.VariableGeneration ? (site).Cached : ResolveSite(site))
-
-    auto ResolveSite = [&engine](NameSite& site) -> Variable* {
-        site.Cached = engine.FindContextVariable(site.Name.View());
-        site.Generation = engine.VariableGeneration;
-        return site.Cached;
-    };
 
     NEXT();
 
@@ -443,7 +436,7 @@ op_RefArg: {
 op_LoadName:
 op_TakeName: {
     NameSite& site = proc->Names[in.A];
-    Variable* variable = SITE_VARIABLE(site);
+    Variable* variable = engine.SiteVariable(site);
     if (variable == nullptr) FAIL("unknown name '%S'", &site.Name);
     if (!ValueFromVariable(variable, memory, *sp, message)) goto failure;
     ++sp;
@@ -452,7 +445,7 @@ op_TakeName: {
 op_StoreName: {
     NameSite& site = proc->Names[in.A];
     Value value = *--sp;
-    Variable* variable = SITE_VARIABLE(site);
+    Variable* variable = engine.SiteVariable(site);
     if (variable == nullptr) {
         // A name that no list holds becomes a page variable of the value's type.
         Variable* made = VariableFromValue(value, site.Name);
@@ -468,7 +461,7 @@ op_StoreName: {
 }
 op_RefName: {
     NameSite& site = proc->Names[in.A];
-    Variable* variable = SITE_VARIABLE(site);
+    Variable* variable = engine.SiteVariable(site);
     if (variable == nullptr) FAIL("unknown name '%S'", &site.Name);
     Value reference = Value::MakeNone();
     reference.kind = Kind::RefVariable;
@@ -478,7 +471,7 @@ op_RefName: {
 }
 op_IndexName: {
     NameSite& site = proc->Names[in.A];
-    Variable* variable = SITE_VARIABLE(site);
+    Variable* variable = engine.SiteVariable(site);
     if (variable == nullptr) FAIL("unknown name '%S'", &site.Name);
     Value index = sp[-1];
     Value item = Value::MakeNone();
@@ -489,7 +482,7 @@ op_IndexName: {
 }
 op_IsSet: {
     NameSite& site = proc->Names[in.A];
-    *sp++ = Value::MakeBool(SITE_VARIABLE(site) != nullptr);
+    *sp++ = Value::MakeBool(engine.SiteVariable(site) != nullptr);
     NEXT();
 }
 op_DeclareGlobal: {
@@ -522,15 +515,9 @@ op_Divide:
 op_Modulo: {
     Value& left = sp[-2];
     Value& right = sp[-1];
-    if (left.kind == Kind::Int && right.kind == Kind::Int && (right.i > 0 || in.Op == Opcode::Add ||
-                                                              in.Op == Opcode::Subtract || in.Op == Opcode::Multiply)) {
-        switch (in.Op) {
-            case Opcode::Add: SetInt(left, WrapAdd(left.i, right.i)); break;
-            case Opcode::Subtract: SetInt(left, WrapSubtract(left.i, right.i)); break;
-            case Opcode::Multiply: SetInt(left, WrapMultiply(left.i, right.i)); break;
-            case Opcode::Divide: SetInt(left, left.i / right.i); break;
-            default: SetInt(left, left.i % right.i); break;
-        }
+    int32_t combined = 0;
+    if (left.kind == Kind::Int && right.kind == Kind::Int && CombineInts(in.Op, left.i, right.i, combined)) {
+        SetInt(left, combined);
         --sp;
         NEXT();
     }
@@ -600,14 +587,7 @@ op_GreaterEqual: {
     Value& right = sp[-1];
     bool outcome = false;
     if (left.kind == Kind::Int && right.kind == Kind::Int) {
-        switch (in.Op) {
-            case Opcode::Equal: outcome = left.i == right.i; break;
-            case Opcode::NotEqual: outcome = left.i != right.i; break;
-            case Opcode::Less: outcome = left.i < right.i; break;
-            case Opcode::LessEqual: outcome = left.i <= right.i; break;
-            case Opcode::Greater: outcome = left.i > right.i; break;
-            default: outcome = left.i >= right.i; break;
-        }
+        outcome = CompareInts(in.Op, left.i, right.i);
     } else if (!CompareValues(in.Op, left, right, outcome, message)) {
         goto failure;
     }
@@ -678,7 +658,7 @@ op_SetIndexName: {
     Value item = sp[-1];
     Value index = sp[-2];
     sp -= 2;
-    Variable* variable = SITE_VARIABLE(site);
+    Variable* variable = engine.SiteVariable(site);
     const bool ok = variable != nullptr && SetItemOfVariable(variable, index, item, memory, message);
     Release(item);
     Release(index);
@@ -715,7 +695,7 @@ op_AppendArg: {
 op_AppendName: {
     NameSite& site = proc->Names[in.A];
     Value item = *--sp;
-    Variable* variable = SITE_VARIABLE(site);
+    Variable* variable = engine.SiteVariable(site);
     if (variable == nullptr) {
         Release(item);
         FAIL("unknown name '%S'", &site.Name);
@@ -944,7 +924,6 @@ failure:
 #undef FAIL
 #undef COUNT_STEP
 #undef LOAD_FRAME
-#undef SITE_VARIABLE
 }
 
 }  // namespace quince

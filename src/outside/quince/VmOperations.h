@@ -22,6 +22,36 @@ inline int32_t WrapMultiply(int32_t a, int32_t b) {
     return static_cast<int32_t>(static_cast<uint32_t>(a) * static_cast<uint32_t>(b));
 }
 
+// a OP b for two ints on the machine's fast path (Add, Subtract, Multiply,
+// Divide, Modulo); false for a divisor of 0 or below, which takes the general path.
+inline bool CombineInts(Opcode op, int32_t a, int32_t b, int32_t& out) {
+    switch (op) {
+        case Opcode::Add: out = WrapAdd(a, b); return true;
+        case Opcode::Subtract: out = WrapSubtract(a, b); return true;
+        case Opcode::Multiply: out = WrapMultiply(a, b); return true;
+        case Opcode::Divide:
+            if (b <= 0) return false;
+            out = a / b;
+            return true;
+        default:
+            if (b <= 0) return false;
+            out = a % b;
+            return true;
+    }
+}
+
+// a OP b for two ints and the comparisons Equal to GreaterEqual.
+inline bool CompareInts(Opcode op, int32_t a, int32_t b) {
+    switch (op) {
+        case Opcode::Equal: return a == b;
+        case Opcode::NotEqual: return a != b;
+        case Opcode::Less: return a < b;
+        case Opcode::LessEqual: return a <= b;
+        case Opcode::Greater: return a > b;
+        default: return a >= b;
+    }
+}
+
 // left = left OP right for Add, Subtract, Multiply, Divide, Modulo. `left` is
 // owned by the caller and replaced; `right` is only read.
 bool Arithmetic(Opcode op, Value& left, const Value& right, MemoryAccount& memory, NyxString& error);

@@ -53,7 +53,9 @@ protected:
         const bool machineOk = GetEngine().Run(expression->Code, nullptr, 0, machine, error);
         quince::Value straight = quince::Value::MakeNone();
         const bool taken = expression->StraightInts && quince::RunStraightInts(GetEngine(), *expression->Code, straight);
-        if (taken) EXPECT_EQ(Describe(true, straight), Describe(machineOk, machine)) << text;
+        if (taken) {
+            EXPECT_EQ(Describe(true, straight), Describe(machineOk, machine)) << text;
+        }
         quince::Release(machine);
         quince::ReleaseExpression(expression);
         return taken;
