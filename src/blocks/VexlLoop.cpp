@@ -1,8 +1,12 @@
 // VexlLoop: the initialiser and iterator are compiled once per list entry
 // into procedures whose names the tag keeps; the condition is compiled
-// afresh before every pass, and one walker serves all passes.
+// afresh before every pass, and one walker serves all passes; from the second
+// pass on, a body that can be planned runs from its plan.
 #include "blocks/VexlLoop.h"
 
+#include <optional>
+
+#include "blocks/LoopPlan.h"
 #include "page/VexlPage.h"
 #include "tags/BlockScan.h"
 #include "tags/VexlParse.h"
@@ -45,9 +49,18 @@ int VexlLoop::Start(int index, HtmlObject*) {
     HtmlObject stop(0);
     stop.SetTagId(TagId::Loop, 1);
     VexlParse walker(Page);
+    // Planned on the second pass: a loop that runs once costs no plan.
+    std::optional<LoopPlan> plan;
+    bool walkedOnce = false;
     ++Page->Walks->Loops;
     while (EvaluateCondition(condition) != 0) {
-        walker.Start(index + 1, &stop);
+        if (walkedOnce && !plan && Page->Walks->PlanLoops) plan.emplace(walker, index + 1);
+        if (plan && plan->Fits()) {
+            plan->Run();
+        } else {
+            walker.Start(index + 1, &stop);
+        }
+        walkedOnce = true;
         if (iterator.IsNotEmpty()) RunQuinceProcedure(iterator, nullptr, 0);
     }
     --Page->Walks->Loops;

@@ -13,4 +13,5 @@ struct WalkBudget {
     int Depth = 0;               // walks in progress
     int Limit = kMaxWalkDepth;
     int Loops = 0;               // LOOP bodies in progress: only their walks come by an object again
+    bool PlanLoops = true;       // whether LOOP bodies may run from a plan (off: every pass is walked)
 };

@@ -10,19 +10,17 @@ int VexlBase::EvaluateCondition(const NyxString& condition) {
     if (compiler.CompileExpression(condition, NyxString()) == 0) return 0;
     // The value as EvaluateExpression would push it, read in place: a
     // condition in a loop costs no Variable per pass.
-    Variable* value = compiler.EvaluateExpressionView();
+    return ConditionTruth(compiler.EvaluateExpressionView());
+}
+
+int VexlBase::ConditionTruth(Variable* value) {
     if (value == nullptr) return 0;
-    int result = 0;
     switch (value->GetTypeId()) {
     case Variable::TypeString:
-        result = (value->GetLength() != 0 || value->GetIntegerValue() != 0) ? 1 : 0;
-        break;
+        return (value->GetLength() != 0 || value->GetIntegerValue() != 0) ? 1 : 0;
     case Variable::TypeFloat:
-        result = value->GetFloatValue() != 0.0f ? 1 : 0;
-        break;
+        return value->GetFloatValue() != 0.0f ? 1 : 0;
     default:
-        result = value->GetIntegerValue() != 0 ? 1 : 0;
-        break;
+        return value->GetIntegerValue() != 0 ? 1 : 0;
     }
-    return result;
 }

@@ -11,11 +11,6 @@
 
 namespace {
 
-bool HasExpressionForm(const NyxString& value) {
-    const unsigned length = value.GetLength();
-    return length >= 2 && value[0] == '(' && value[length - 1] == ')';
-}
-
 // A float truncated towards zero into 32 bits, as the processor's truncating
 // conversion does: a value outside the range, or NaN, gives 0x80000000.
 uint32_t TruncateToBits32(float value) {
@@ -23,7 +18,20 @@ uint32_t TruncateToBits32(float value) {
     return static_cast<uint32_t>(static_cast<int32_t>(value));
 }
 
+// What Printf("%lu") gives for the float's bits as an integer, without a
+// format to interpret on every visit.
+void AppendFloatAsInteger(float value, NyxString& text) {
+    char digits[16];
+    const char* end = std::to_chars(digits, digits + sizeof digits, TruncateToBits32(value)).ptr;
+    text.AppendBytes(digits, static_cast<std::size_t>(end - digits));
+}
+
 }  // namespace
+
+bool VexlBase::HasExpressionForm(const NyxString& value) {
+    const unsigned length = value.GetLength();
+    return length >= 2 && value[0] == '(' && value[length - 1] == ')';
+}
 
 int VexlBase::CanEvaluateTag(HtmlObject* tag) {
     const int count = static_cast<int>(tag->GetCount());
@@ -53,22 +61,28 @@ bool VexlBase::EvaluateParamText(const NyxString& expression, NyxString& text) {
     ExpressionCompiler compiler(Page->Context);
     if (compiler.CompileExpression(expression, NyxString()) == 0) return true;
     // Read in place, as a popped Variable would be read: no Variable per visit.
-    Variable* value = compiler.EvaluateExpressionView();
-    if (value == nullptr) return true;
+    AppendValueText(compiler.EvaluateExpressionView(), text);
+    return true;
+}
+
+void VexlBase::AppendValueText(Variable* value, NyxString& text) {
+    if (value == nullptr) return;
     switch (value->GetTypeId()) {
     case Variable::TypeString:
-        text = value->GetStringValue();
+        text += value->GetStringValue();
         break;
-    case Variable::TypeFloat:
-        text.Printf("%f", static_cast<double>(value->GetFloatValue()));
-        break;
-    default: {
-        // What Printf("%lu") gives, without a format to interpret on every visit.
-        char digits[16];
-        const char* end = std::to_chars(digits, digits + sizeof digits, TruncateToBits32(value->GetFloatValue())).ptr;
-        text.AppendBytes(digits, static_cast<std::size_t>(end - digits));
+    case Variable::TypeFloat: {
+        NyxString digits;
+        digits.Printf("%f", static_cast<double>(value->GetFloatValue()));
+        text += digits;
         break;
     }
+    default:
+        AppendFloatAsInteger(value->GetFloatValue(), text);
+        break;
     }
-    return true;
+}
+
+void VexlBase::AppendIntegerText(int32_t value, NyxString& text) {
+    AppendFloatAsInteger(static_cast<float>(value), text);
 }

@@ -2,11 +2,14 @@
 // one tag and reaches all state of the request through Page.
 #pragma once
 
+#include <cstdint>
+
 #include "values/HtmlObject.h"
 #include "values/NyxString.h"
 
 class VexlPage;
 class Stack;
+class Variable;
 
 class VexlBase {
 public:
@@ -19,11 +22,18 @@ public:
     virtual int Start(int index, HtmlObject* stop);
 
     // Tag evaluation: parameters written as "(expression)" get their value.
+    static bool HasExpressionForm(const NyxString& value);
     int CanEvaluateTag(HtmlObject* tag);
     HtmlObject* EvaluateTag(HtmlObject* tag);
     HtmlTagParam* EvaluateTagParam(HtmlTagParam* param);
 
     int EvaluateCondition(const NyxString& condition);
+    // What EvaluateCondition makes of an expression's value (0 for none).
+    static int ConditionTruth(Variable* value);
+    // Appends an expression's value as a tag parameter shows it (nothing for none).
+    static void AppendValueText(Variable* value, NyxString& text);
+    // The same for an int or bool value (a bool as 0 or 1).
+    static void AppendIntegerText(int32_t value, NyxString& text);
     int RunQuinceProcedure(const NyxString& name, Stack* arguments, int parseOutput);
     NyxString CreateTempFile();
     bool TranslateText(NyxString& text);

@@ -22,13 +22,13 @@ int RunBlock(VexlPage* page, int index) {
     return handler.Start(index, nullptr);
 }
 
-// A tag written by the default path is followed by a line end, except a
-// start tag of id 24 (whose content must not gain one).
-bool LineEndBehind(const HtmlObject& tag) { return !(tag.GetTagId() == TagId::Textarea && !tag.IsEndTag()); }
-
 }  // namespace
 
 VexlParse::VexlParse(VexlPage* page) : VexlBase(page) {}
+
+bool VexlParse::LineEndBehind(const HtmlObject& tag) {
+    return !(tag.GetTagId() == TagId::Textarea && !tag.IsEndTag());
+}
 
 VexlParse::~VexlParse() { delete HtmlFileVariable; }
 

@@ -15,6 +15,13 @@ public:
     // the stop object is met (returns 1), or a handler answers -1.
     int Start(int index, HtmlObject* stop) override;
 
+    // Directives that change neither the walk nor the page's objects.
+    void HandleSetHeader(HtmlObject* tag);
+    void HandleSetVar(HtmlObject* tag);
+    // A tag written by the default path is followed by a line end, except a
+    // TEXTAREA start tag (whose content must not gain one).
+    static bool LineEndBehind(const HtmlObject& tag);
+
     Variable* HtmlFileVariable = nullptr;  // owned; made on first user tag
 
 private:
@@ -25,8 +32,6 @@ private:
     void HandleFrame(HtmlObject* tag);
     void HandleForm(HtmlObject* tag);
     void HandleTranslation(HtmlObject* tag);
-    void HandleSetHeader(HtmlObject* tag);
-    void HandleSetVar(HtmlObject* tag);
     void HandleDefineTag(HtmlObject* tag);
     int HandleUserTag(HtmlObject* tag, int index);
 };

@@ -63,7 +63,8 @@ NyxString HtmlObject::Output() const {
 
 void HtmlObject::AppendOutputTo(NyxString& out) const { AppendOutputTo(out, nullptr, 0); }
 
-void HtmlObject::AppendOutputTo(NyxString& out, const NyxString* const* replacements, unsigned count) const {
+void HtmlObject::AppendOutputTo(NyxString& out, const NyxString* const* replacements, unsigned count,
+                                unsigned* replacedAt) const {
     if (TagIdValue == TagId::Text) {
         const NyxString& text = GetText();
         out.AppendBytes(text.GetString(), text.GetSize());
@@ -88,6 +89,7 @@ void HtmlObject::AppendOutputTo(NyxString& out, const NyxString* const* replacem
         out.Append(' ');
         out.AppendBytes(param->GetName().GetString(), param->GetName().GetSize());
         out.AppendBytes("=\"", 2);
+        if (replacedAt != nullptr) replacedAt[i - 1] = out.GetSize();
         out.AppendBytes(replacement->GetString(), replacement->GetSize());
         out.Append('"');
     }

@@ -62,7 +62,10 @@ public:
     // The same, with the values of some parameters replaced: where
     // replacements[i - 1] is set, parameter i comes out as name="replacement",
     // as a copy holding that value would. `count` is the size of the array.
-    void AppendOutputTo(NyxString& out, const NyxString* const* replacements, unsigned count) const;
+    // With `replacedAt` (of `count` places), the size of `out` just before
+    // each replacement's text is kept in the place of its parameter.
+    void AppendOutputTo(NyxString& out, const NyxString* const* replacements, unsigned count,
+                        unsigned* replacedAt = nullptr) const;
 
 private:
     friend class HtmlObjectArena;

@@ -175,6 +175,10 @@ public:
     // --- Expressions (EngineExpressions.cpp)
     // The compiled form of `text` (a new reference), or null if it does not compile now.
     CachedExpression* CompileExpression(const NyxString& text);
+    // The cache's entry for `text`, compiled if it was not there (no new
+    // reference), and whether it compiled and everything it names exists now.
+    CachedExpression* FindOrCompileExpression(const NyxString& text);
+    bool IsExpressionUsable(CachedExpression* entry);
     // Pushes the value as a new Variable; quiet on failure.
     bool EvaluateExpression(CachedExpression* expression, Stack* stack);
     // The same value in a Variable that the engine keeps and reuses: valid

@@ -45,23 +45,25 @@ CachedExpression* Engine::FindExpression(const NyxString& text) {
     return found->second;
 }
 
-CachedExpression* Engine::CompileExpression(const NyxString& text) {
-    const Limits& limits = GetLimits();
+CachedExpression* Engine::FindOrCompileExpression(const NyxString& text) {
     CachedExpression* entry = FindExpression(text);
-    if (entry == nullptr) {
-        if (Expressions.size() >= kMaxCachedExpressions) ClearExpressionCache();
-        entry = new CachedExpression;
-        CompiledExpression compiled;
-        Parser parser(*this, text.View(), NyxString("(expression)"), 1, limits.MaxParseDepth);
-        if (parser.CompileExpression(compiled)) {
-            entry->Code = compiled.Code;
-            entry->RequiredNames = std::move(compiled.RequiredNames);
-            entry->RequiredCallees = std::move(compiled.RequiredCallees);
-            entry->StraightInts = IsStraightIntCode(*entry->Code);
-        }
-        entry->Text = Expressions.emplace(text.ToStd(), entry).first->first;
+    if (entry != nullptr) return entry;
+    if (Expressions.size() >= kMaxCachedExpressions) ClearExpressionCache();
+    entry = new CachedExpression;
+    CompiledExpression compiled;
+    Parser parser(*this, text.View(), NyxString("(expression)"), 1, GetLimits().MaxParseDepth);
+    if (parser.CompileExpression(compiled)) {
+        entry->Code = compiled.Code;
+        entry->RequiredNames = std::move(compiled.RequiredNames);
+        entry->RequiredCallees = std::move(compiled.RequiredCallees);
+        entry->StraightInts = IsStraightIntCode(*entry->Code);
     }
-    if (entry->Code == nullptr) return nullptr;
+    entry->Text = Expressions.emplace(text.ToStd(), entry).first->first;
+    return entry;
+}
+
+bool Engine::IsExpressionUsable(CachedExpression* entry) {
+    if (entry->Code == nullptr) return false;
     const uint64_t generation = VariableGeneration + CallGeneration();
     if (entry->CheckedGeneration != generation) {
         bool valid = true;
@@ -78,7 +80,12 @@ CachedExpression* Engine::CompileExpression(const NyxString& text) {
         entry->Valid = valid;
         entry->CheckedGeneration = generation;
     }
-    if (!entry->Valid) return nullptr;
+    return entry->Valid;
+}
+
+CachedExpression* Engine::CompileExpression(const NyxString& text) {
+    CachedExpression* entry = FindOrCompileExpression(text);
+    if (!IsExpressionUsable(entry)) return nullptr;
     RetainExpression(entry);
     return entry;
 }

@@ -1,0 +1,186 @@
+// LoopPlan: planned by following the walker's own rules over the body (the
+// stop object, the handlers' partner searches, the depth of walks), so that
+// a pass from the plan and a walk write the same bytes in the same order.
+#include "blocks/LoopPlan.h"
+
+#include <limits>
+
+#include "page/VexlPage.h"
+#include "tags/BlockScan.h"
+#include "tags/VexlParse.h"
+#include "values/HtmlTagIds.h"
+
+namespace {
+
+// IF constructs nested deeper in a body are rare; such a body is walked.
+constexpr int kMaxPlannedNesting = 32;
+constexpr unsigned kNotPrinted = std::numeric_limits<unsigned>::max();
+
+// A condition's truth, as VexlBase::EvaluateCondition decides it.
+bool Holds(PreparedExpression& condition) {
+    int32_t number = 0;
+    if (condition.TryEvaluateInt(number)) return number != 0;
+    return VexlBase::ConditionTruth(condition.EvaluateView()) != 0;
+}
+
+}  // namespace
+
+LoopPlan::LoopPlan(VexlParse& walker, int first)
+    : Walker(walker), Page(walker.Page), List(walker.Page->HtmlList), FirstLevel(walker.Page->Walks->Depth + 1) {
+    // A walk of the body starts one level down, and says so when that is too deep.
+    if (List == nullptr || !Page->TagDefs.IsEmpty() || Page->TranslationEnabled || FirstLevel > Page->Walks->Limit + 1) {
+        return;
+    }
+    Made = PlanWalk(first, TagId::Loop, 1, FirstLevel) != -1;
+}
+
+bool LoopPlan::Fits() const {
+    return Made && Page->HtmlList == List && Page->TagDefs.IsEmpty() && !Page->TranslationEnabled;
+}
+
+void LoopPlan::Run() {
+    const std::size_t count = Ops.size();
+    for (std::size_t next = 0; next < count;) {
+        const Op& op = Ops[next++];
+        switch (op.What) {
+        case Kind::Text:
+            Page->AppendOutput(Texts.data() + op.A, op.B);
+            break;
+        case Kind::Evaluate:
+            // A tag's values all come before its text, as when the walker writes it.
+            for (uint32_t i = op.A; i < op.A + op.B; ++i) {
+                Expression& expression = Expressions[i];
+                expression.Value.Clear();
+                int32_t number = 0;
+                if (expression.Code.TryEvaluateInt(number)) {
+                    VexlBase::AppendIntegerText(number, expression.Value);
+                } else {
+                    VexlBase::AppendValueText(expression.Code.EvaluateView(), expression.Value);
+                }
+            }
+            break;
+        case Kind::Value:
+            Page->AppendOutput(Expressions[op.A].Value);
+            break;
+        case Kind::Branch:
+            if (!Holds(Expressions[op.A].Code)) next = op.B;
+            break;
+        case Kind::Jump:
+            next = op.A;
+            break;
+        case Kind::SetVar:
+            Walker.HandleSetVar(List->GetEntry(static_cast<int>(op.A)));
+            break;
+        case Kind::SetHeader:
+            Walker.HandleSetHeader(List->GetEntry(static_cast<int>(op.A)));
+            break;
+        }
+    }
+}
+
+int LoopPlan::PlanWalk(int index, int stopId, int stopEnd, int level) {
+    for (HtmlObject* entry = List->GetEntry(index); entry != nullptr; entry = List->GetEntry(++index)) {
+        if (entry->GetTagId() == stopId && entry->IsEndTag() == stopEnd) return index;
+        switch (entry->GetTagId()) {
+        case TagId::If:
+            if (!PlanIf(index, level)) return -1;
+            break;
+        case TagId::SetVar:
+            Ops.push_back({Kind::SetVar, static_cast<uint32_t>(index), 0});
+            break;
+        case TagId::SetHeader:
+            Ops.push_back({Kind::SetHeader, static_cast<uint32_t>(index), 0});
+            break;
+        case TagId::A: case TagId::Form: case TagId::Frame: case TagId::Script: case TagId::Include:
+        case TagId::Loop: case TagId::DefTag: case TagId::Translation:
+            return -1;
+        case TagId::Text:
+            AddText(entry->GetText().GetString(), entry->GetText().GetSize());
+            break;
+        default:
+            PlanTag(*entry);
+            break;
+        }
+    }
+    return static_cast<int>(List->GetCount());
+}
+
+// Mirrors VexlIf: each branch's walk must end at its partner, and the chain
+// at an ENDIF or in an ELSE, behind which every branch goes on. Other shapes
+// are walked.
+bool LoopPlan::PlanIf(int& index, int level) {
+    if (level > Page->Walks->Limit || level - FirstLevel >= kMaxPlannedNesting) return false;
+    std::vector<std::size_t> exits;
+    int at = index;
+    for (;;) {
+        const HtmlObject* branch = List->GetEntry(at);
+        const int id = branch->GetTagId();
+        if (id == TagId::EndIf) break;
+        const bool isElse = id == TagId::Else;
+        if (!(id == TagId::ElseIf || isElse || (id == TagId::If && at == index))) return false;
+        const int end = FindIfPartner(*List, at, isElse ? IfStop::End : IfStop::ElseIfElseEnd);
+        if (end <= at) return false;
+        std::size_t branchOp = 0;
+        if (!isElse) {
+            branchOp = Ops.size();
+            Ops.push_back({Kind::Branch, AddExpression(branch->GetValueInPlace("condition")), 0});
+        }
+        if (PlanWalk(at + 1, List->GetEntry(end)->GetTagId(), 0, level + 1) != end) return false;
+        at = end;
+        if (isElse) break;
+        exits.push_back(Ops.size());
+        Ops.push_back({Kind::Jump, 0, 0});
+        Ops[branchOp].B = static_cast<uint32_t>(Ops.size());
+        Label();
+    }
+    for (std::size_t exit : exits) Ops[exit].A = static_cast<uint32_t>(Ops.size());
+    Label();
+    index = at;
+    return true;
+}
+
+// A tag as the walker's default path writes it: its expression parameters'
+// values between the fixed pieces of its text, then the line end.
+void LoopPlan::PlanTag(const HtmlObject& tag) {
+    const unsigned count = tag.GetCount();
+    const NyxString empty;
+    std::vector<const NyxString*> replacements(count, nullptr);
+    std::vector<unsigned> replacedAt(count, kNotPrinted);
+    std::vector<uint32_t> expressions(count, 0);
+    const auto firstExpression = static_cast<uint32_t>(Expressions.size());
+    for (unsigned i = 0; i < count; ++i) {
+        const NyxString& value = tag.GetEntry(static_cast<int>(i) + 1)->GetValue();
+        if (!VexlBase::HasExpressionForm(value)) continue;
+        replacements[i] = &empty;
+        expressions[i] = AddExpression(value);
+    }
+    NyxString text;
+    tag.AppendOutputTo(text, replacements.data(), count, replacedAt.data());
+    if (VexlParse::LineEndBehind(tag)) text.Append('\n');
+    const auto evaluated = static_cast<uint32_t>(Expressions.size()) - firstExpression;
+    if (evaluated != 0) Ops.push_back({Kind::Evaluate, firstExpression, evaluated});
+    unsigned from = 0;
+    for (unsigned i = 0; i < count; ++i) {
+        if (replacedAt[i] == kNotPrinted) continue;  // not an expression, or an end tag's
+        AddText(text.GetString() + from, replacedAt[i] - from);
+        Ops.push_back({Kind::Value, expressions[i], 0});
+        from = replacedAt[i];
+    }
+    AddText(text.GetString() + from, text.GetSize() - from);
+}
+
+void LoopPlan::AddText(const char* text, std::size_t size) {
+    if (size == 0) return;
+    if (Joinable && !Ops.empty() && Ops.back().What == Kind::Text) {
+        Ops.back().B += static_cast<uint32_t>(size);
+    } else {
+        Ops.push_back({Kind::Text, static_cast<uint32_t>(Texts.size()), static_cast<uint32_t>(size)});
+    }
+    Texts.append(text, size);
+    Joinable = true;
+}
+
+uint32_t LoopPlan::AddExpression(const NyxString& text) {
+    Expressions.push_back({PreparedExpression(Page->Context, text), NyxString()});
+    return static_cast<uint32_t>(Expressions.size() - 1);
+}

@@ -1,0 +1,75 @@
+// LoopPlan: a LOOP body made ready for the passes after its first. Its fixed
+// text is joined, its IF constructs become jumps, and its conditions and
+// expression parameters are held compiled, so that a pass writes what a walk
+// of the body would write without visiting the objects one by one. A body
+// that holds anything but text, tags without a handler, IF constructs of the
+// usual shape, SETVAR and SETHEADER gets no plan and is walked: nothing in a
+// plan can define a tag, turn translation on or change the page's objects.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "outside/quince/PreparedExpression.h"
+#include "values/NyxString.h"
+
+class HtmlObject;
+class HtmlObjectList;
+class VexlPage;
+class VexlParse;
+
+class LoopPlan {
+public:
+    // Plans the walk that `walker` would make from `first` up to the LOOP
+    // end tag, in the page's state at this moment.
+    LoopPlan(VexlParse& walker, int first);
+
+    // Whether a pass may come from the plan: it was made, and the page still
+    // walks the same list, without user tags and without translation.
+    bool Fits() const;
+    // Writes one pass, as walker.Start(first, the LOOP end tag) would.
+    void Run();
+
+private:
+    enum class Kind : uint8_t {
+        Text,       // Texts[A, A + B)
+        Evaluate,   // expressions A to A + B - 1 into their values, in order
+        Value,      // the value of expression A
+        Branch,     // on to op B unless expression A holds
+        Jump,       // on to op A
+        SetVar,     // the directive at object A
+        SetHeader,  // the directive at object A
+    };
+    struct Op {
+        Kind What;
+        uint32_t A;
+        uint32_t B;
+    };
+    struct Expression {
+        PreparedExpression Code;
+        NyxString Value;
+    };
+
+    // The index of the stop object that a walk from `index` meets, the
+    // list's count when it runs out, or -1 when it meets something no plan
+    // holds. `level` is the walk's depth.
+    int PlanWalk(int index, int stopId, int stopEnd, int level);
+    // Plans the IF construct at `index` and sets `index` to its ENDIF.
+    bool PlanIf(int& index, int level);
+    void PlanTag(const HtmlObject& tag);
+    void AddText(const char* text, std::size_t size);
+    uint32_t AddExpression(const NyxString& text);
+    void Label() { Joinable = false; }  // a jump lands here: the next text opens an op of its own
+
+    VexlParse& Walker;
+    VexlPage* Page;
+    HtmlObjectList* List;
+    int FirstLevel;
+    bool Made = false;
+    bool Joinable = false;
+    std::vector<Op> Ops;
+    std::string Texts;
+    std::vector<Expression> Expressions;
+};

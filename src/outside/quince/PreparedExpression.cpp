@@ -1,0 +1,49 @@
+// PreparedExpression: the cache's entry for the text, held, and checked
+// before each run as a lookup in the cache would check it.
+#include "outside/quince/PreparedExpression.h"
+
+#include <utility>
+
+#include "outside/quince/Engine.h"
+#include "outside/quince/QuinceContext.h"
+#include "outside/quince/StraightInts.h"
+#include "outside/quince/Value.h"
+
+PreparedExpression::PreparedExpression(QuinceContext* context, const NyxString& text) : Context(context) {
+    if (Context == nullptr) return;
+    Compiled = Context->GetEngine().FindOrCompileExpression(text);
+    quince::RetainExpression(Compiled);
+}
+
+PreparedExpression::~PreparedExpression() {
+    if (Compiled != nullptr) quince::ReleaseExpression(Compiled);
+}
+
+PreparedExpression::PreparedExpression(PreparedExpression&& other) noexcept
+    : Context(other.Context), Compiled(std::exchange(other.Compiled, nullptr)) {}
+
+PreparedExpression& PreparedExpression::operator=(PreparedExpression&& other) noexcept {
+    if (this != &other) {
+        if (Compiled != nullptr) quince::ReleaseExpression(Compiled);
+        Context = other.Context;
+        Compiled = std::exchange(other.Compiled, nullptr);
+    }
+    return *this;
+}
+
+Variable* PreparedExpression::EvaluateView() {
+    if (Compiled == nullptr) return nullptr;
+    quince::Engine& engine = Context->GetEngine();
+    if (!engine.IsExpressionUsable(Compiled)) return nullptr;
+    return engine.EvaluateExpressionView(Compiled);
+}
+
+bool PreparedExpression::TryEvaluateInt(int32_t& value) {
+    if (Compiled == nullptr || !Compiled->StraightInts) return false;
+    quince::Engine& engine = Context->GetEngine();
+    if (!engine.IsExpressionUsable(Compiled)) return false;
+    quince::Value result = quince::Value::MakeNone();
+    if (!quince::RunStraightInts(engine, *Compiled->Code, result)) return false;
+    value = static_cast<int32_t>(result.i);
+    return true;
+}

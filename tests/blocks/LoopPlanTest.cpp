@@ -1,0 +1,162 @@
+// A LOOP body runs from a plan from its second pass on. The plan must write
+// exactly what walking the body writes, pass for pass, and a body that holds
+// anything a plan cannot follow must be walked.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include "blocks/LoopPlan.h"
+#include "outside/quince/Limits.h"
+#include "page/VexlPage.h"
+#include "tags/VexlParse.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr const char* kLoop = "<LOOP initialiser=\"i = 0\" condition=\"i < 4\" iterator=\"i = i + 1\">";
+
+// Whether the body of the LOOP that opens `page` would run from a plan.
+bool Plans(const std::string& page, int depth = 0, int limit = 200) {
+    VexlPage request;
+    request.HtmlList = new HtmlObjectList(NyxString("page.vxl"), page);
+    request.Walks->Depth = depth;
+    request.Walks->Limit = limit;
+    VexlParse walker(&request);
+    return LoopPlan(walker, 1).Fits();
+}
+
+class LoopPlanRender : public testing::Test {
+protected:
+    void SetUp() override {
+        char folder[] = "/tmp/vexl-plan-XXXXXX";
+        ASSERT_NE(mkdtemp(folder), nullptr);
+        Folder = folder;
+    }
+    void TearDown() override { fs::remove_all(Folder); }
+
+    void Write(const std::string& name, const std::string& text) {
+        std::ofstream(Folder / name, std::ios::binary) << text;
+    }
+    // The page's output and headers, with bodies planned or walked.
+    std::string Render(bool plans, int limit = 200) {
+        NyxString output;
+        VexlPage page;
+        page.Walks->PlanLoops = plans;
+        page.Walks->Limit = limit;
+        page.SetOutput(&output);
+        page.SetFile((Folder / "page.vxl").c_str());
+        page.Process();
+        std::string headers;
+        for (int i = 0; i < page.Headers.GetCount(); ++i) {
+            headers += page.Headers.GetName(i).ToStd() + ": " + page.Headers.GetValue(i).ToStd() + "\n";
+        }
+        return headers + "\n" + output.ToStd();
+    }
+    void ExpectPlanWritesAsWalk(const std::string& page, int limit = 200) {
+        Write("page.vxl", page);
+        const std::string walked = Render(false, limit);
+        EXPECT_EQ(walked, Render(true, limit)) << page;
+        EXPECT_NE(std::string::npos, walked.find("pass")) << "the page should print in its passes: " << page;
+    }
+
+    fs::path Folder;
+};
+
+}  // namespace
+
+TEST(LoopPlan, PlansTextTagsIfConstructsAndDirectives) {
+    EXPECT_TRUE(Plans(std::string(kLoop) + "</LOOP>"));
+    EXPECT_TRUE(Plans(std::string(kLoop) +
+                      "text <b x=(i) y=\"1\"></b z=(i)><TEXTAREA>t</TEXTAREA>"
+                      "<IF condition=\"i\">a<ELSEIF condition=\"i == 2\">b<IF condition=\"1\">c<ENDIF><ELSE>d<ENDIF>"
+                      "<SETVAR name=\"v\" value=\"i\"><SETHEADER name=\"h\" value=(i)><ELSE>stray</ELSE><ENDIF>"
+                      "</LOOP>after"));
+    EXPECT_TRUE(Plans(std::string(kLoop) + "no end tag <b x=(i)>"));
+}
+
+TEST(LoopPlan, WalksBodiesWithHandlersThatPlansCannotFollow) {
+    for (const char* body : {"<SCRIPT>print 1</SCRIPT>", "<INCLUDE file=\"x.vxl\">", "<A href=\"x.vxl\">a</A>",
+                             "<FORM action=\"x\"></FORM>", "<FRAME src=\"x\">", "<DEFTAG name=\"t\" proc=\"p\">",
+                             "<TRANSLATION enabled=\"1\">", "<LOOP condition=\"0\"></LOOP>",
+                             "<IF condition=\"1\"><SCRIPT>print 1</SCRIPT><ENDIF>"}) {
+        EXPECT_FALSE(Plans(std::string(kLoop) + "x" + body + "y</LOOP>")) << body;
+    }
+}
+
+TEST(LoopPlan, WalksIfConstructsOfUnusualShape) {
+    // No ENDIF at all; an ENDIF only behind the LOOP's end; an ELSE whose end is an end tag;
+    // an ELSEIF as the last object.
+    EXPECT_FALSE(Plans(std::string(kLoop) + "<IF condition=\"i\">a<ELSE>b</LOOP>"));
+    EXPECT_FALSE(Plans(std::string(kLoop) + "<IF condition=\"i\">a</LOOP><ENDIF>"));
+    EXPECT_FALSE(Plans(std::string(kLoop) + "<IF condition=\"i\">a</ELSE>b<ENDIF></LOOP>"));
+    EXPECT_FALSE(Plans(std::string(kLoop) + "<IF condition=\"i\">a<ELSEIF condition=\"1\">"));
+}
+
+TEST(LoopPlan, WalksWhenTheWalkWouldMeetTheDepthLimit) {
+    const std::string nested = std::string(kLoop) + "<IF condition=\"1\"><IF condition=\"1\">x<ENDIF><ENDIF></LOOP>";
+    // The body walks at depth 1, the IF branches at 2 and 3, each checked against the limit.
+    EXPECT_TRUE(Plans(nested, 0, 2));
+    EXPECT_FALSE(Plans(nested, 0, 1));
+    EXPECT_FALSE(Plans(nested, 1, 2));
+    EXPECT_TRUE(Plans(std::string(kLoop) + "x</LOOP>", 1, 1));
+    EXPECT_FALSE(Plans(std::string(kLoop) + "x</LOOP>", 2, 1));
+}
+
+TEST(LoopPlan, WalksWhileUserTagsAreDefinedOrTextIsTranslated) {
+    const std::string page = std::string(kLoop) + "x<b y=(i)></LOOP>";
+    VexlPage request;
+    request.HtmlList = new HtmlObjectList(NyxString("page.vxl"), page);
+    VexlParse walker(&request);
+    EXPECT_TRUE(LoopPlan(walker, 1).Fits());
+    request.TranslationEnabled = true;
+    EXPECT_FALSE(LoopPlan(walker, 1).Fits());
+    request.TranslationEnabled = false;
+    LoopPlan plan(walker, 1);
+    request.TagDefs.AddDefinition("b", "p", 0);
+    EXPECT_FALSE(plan.Fits());
+}
+
+TEST_F(LoopPlanRender, ConditionsAndValuesRunInTheWalksOrder) {
+    // Conditions and values print as they run; skipped branches must not run.
+    ExpectPlanWritesAsWalk(
+        "<SCRIPT>\nproc mark(string s, bool result)\n  print \"{\", s, \"}\"\n  return result\nendproc\n</SCRIPT>\n"
+        + std::string(kLoop) +
+        "pass <IF condition='mark(\"a\", i == 0)'>a<ELSEIF condition='mark(\"b\", i == 1)'>b"
+        "<ELSEIF condition='mark(\"c\", i > 2)'>c<IF condition='mark(\"d\", true)'>d<ENDIF><ENDIF>"
+        "<td x='(mark(\"e\", true))' y=(i) z='(mark(\"f\", false))'></td w='(mark(\"g\", true))'>\n</LOOP>");
+}
+
+TEST_F(LoopPlanRender, ValuesFollowTheirVariablesChangeOfType) {
+    ExpectPlanWritesAsWalk(std::string(kLoop) +
+                           "<SETVAR name=\"v\" value=\"i\"><IF condition=\"i == 1\"><SETVAR name=\"v\" value='\"text\"'>"
+                           "<ELSEIF condition=\"i == 2\"><SETVAR name=\"v\" value=\"2.5f\"><ELSEIF condition=\"i == 3\">"
+                           "<SETVAR name=\"v\" value=\"true\"><ENDIF>pass <b v=(v) w=\"(v + v)\" big=\"(i + 16777217)\" t=\"(i > 1)\"><IF condition=\"v\">true"
+                           "<ENDIF><IF condition=\"later > 0\">later<ENDIF><SETVAR name=\"later\" value=\"i\"></LOOP>");
+}
+
+TEST_F(LoopPlanRender, DepthLimitMessagesComeAsFromAWalk) {
+    const std::string page = std::string(kLoop) +
+                             "pass <IF condition=\"1\">1<IF condition=\"i > 1\">2<IF condition=\"1\">3<ENDIF><ENDIF>"
+                             "<ENDIF>\n</LOOP>";
+    for (int limit = 1; limit <= 4; ++limit) ExpectPlanWritesAsWalk(page, limit);
+}
+
+TEST_F(LoopPlanRender, InnerLoopsAndIncludedFilesPlanTheirOwnBodies) {
+    Write("part.vxl", std::string("<LOOP initialiser=\"j = 0\" condition=\"j < 3\" iterator=\"j = j + 1\">"
+                                  "<b j=(j)><IF condition=\"j == 1\">one<ENDIF></LOOP>"));
+    ExpectPlanWritesAsWalk(std::string(kLoop) + "pass <INCLUDE file=\"part.vxl\">"
+                           "<LOOP initialiser=\"k = 0\" condition=\"k < i\" iterator=\"k = k + 1\">[<b k=(k)>]</LOOP>\n"
+                           "</LOOP>");
+}
+
+TEST_F(LoopPlanRender, PlanOutlivesAClearOfTheExpressionCache) {
+    // More expressions than the cache holds: the cache is cleared while the plan is made.
+    std::string page = std::string(kLoop) + "pass";
+    for (unsigned n = 0; n < quince::kMaxCachedExpressions + 50; ++n) {
+        page += "<b n=\"(i + " + std::to_string(n) + ")\">";
+    }
+    ExpectPlanWritesAsWalk(page + "</LOOP>");
+}
