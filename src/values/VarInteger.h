@@ -5,7 +5,8 @@
 
 #include "values/Variable.h"
 
-class VarInteger : public Variable {
+// Final: code that holds a VarInteger reads and writes it without virtual calls.
+class VarInteger final : public Variable {
 public:
     explicit VarInteger(const NyxString& name = NyxString(), unsigned flags = 0);
     ~VarInteger() override = default;
@@ -25,6 +26,12 @@ public:
     void AppendText(NyxString& output) const override;
 
     VarInteger& operator=(const VarInteger& other);
+
+    // The variable itself when it is a VarInteger (not a duplicate of one).
+    static VarInteger* Plain(Variable* variable) {
+        return variable != nullptr && variable->GetOwnTypeId() == TypeInteger ? static_cast<VarInteger*>(variable)
+                                                                               : nullptr;
+    }
 
 protected:
     VarInteger(const VarInteger& other);

@@ -77,6 +77,10 @@ public:
     virtual void AppendText(NyxString& output) const;
     NyxString GetText() const;
 
+    // The id this object was made with, without a virtual call: a duplicate
+    // answers TypeReference here, where GetTypeId answers its origin's.
+    enum_TypeId GetOwnTypeId() const { return TypeId; }
+
     unsigned GetVarFlags() const { return VarFlags; }
     void SetVarFlags(unsigned flags) { VarFlags = flags; }
 

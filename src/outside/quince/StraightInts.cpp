@@ -9,6 +9,7 @@
 #include "outside/quince/Engine.h"
 #include "outside/quince/Procedure.h"
 #include "outside/quince/VmOperations.h"
+#include "values/VarInteger.h"
 #include "values/Variable.h"
 
 namespace quince {
@@ -73,8 +74,13 @@ bool RunPrefix(Engine& engine, Procedure& code, std::size_t count, int32_t& valu
                 break;
             case Opcode::LoadName: {
                 Variable* variable = engine.SiteVariable(code.Names[static_cast<unsigned>(in.A)]);
-                if (variable == nullptr || variable->GetTypeId() != Variable::TypeInteger) return false;
-                stack[depth] = static_cast<int32_t>(variable->GetIntegerValue());
+                if (const VarInteger* plain = VarInteger::Plain(variable)) {
+                    stack[depth] = static_cast<int32_t>(plain->GetIntegerValue());
+                } else if (variable != nullptr && variable->GetTypeId() == Variable::TypeInteger) {
+                    stack[depth] = static_cast<int32_t>(variable->GetIntegerValue());  // a duplicate
+                } else {
+                    return false;
+                }
                 truths[depth++] = false;
                 break;
             }
@@ -129,11 +135,9 @@ bool RunStraightIntAssignment(Engine& engine, Procedure& code) {
     bool truth = false;
     if (!RunPrefix(engine, code, size - 2, value, truth) || truth) return false;
     const Instruction& store = code.Code[size - 2];
-    Variable* variable = engine.SiteVariable(code.Names[static_cast<unsigned>(store.A)]);
     // A plain integer variable: what StoreName and AppendName do to it then.
-    if (variable == nullptr || variable->Dereference() != nullptr || variable->GetTypeId() != Variable::TypeInteger) {
-        return false;
-    }
+    VarInteger* variable = VarInteger::Plain(engine.SiteVariable(code.Names[static_cast<unsigned>(store.A)]));
+    if (variable == nullptr) return false;
     if (store.Op == Opcode::AppendName) value = WrapAdd(static_cast<int32_t>(variable->GetIntegerValue()), value);
     variable->SetIntegerValue(value);
     return true;

@@ -3,15 +3,16 @@
 
 #include <gtest/gtest.h>
 
+#include "values/VarDouble.h"
 #include "values/VarInteger.h"
 
 namespace {
 
 // A variable that notes its own deletion.
-class WatchedInteger : public VarInteger {
+class WatchedVariable : public VarDouble {
 public:
-    explicit WatchedInteger(bool* deleted) : Deleted(deleted) {}
-    ~WatchedInteger() override { *Deleted = true; }
+    explicit WatchedVariable(bool* deleted) : Deleted(deleted) {}
+    ~WatchedVariable() override { *Deleted = true; }
 
 private:
     bool* Deleted;
@@ -60,7 +61,7 @@ TEST(StackTest, DestructorDeletesWhatIsStillOnTheStack) {
     bool deleted = false;
     {
         Stack stack;
-        stack.PushVariable(new WatchedInteger(&deleted));
+        stack.PushVariable(new WatchedVariable(&deleted));
     }
     EXPECT_TRUE(deleted);
 }
@@ -70,7 +71,7 @@ TEST(StackTest, PoppedVariableIsTheTakersToDelete) {
     Variable* taken = nullptr;
     {
         Stack stack;
-        stack.PushVariable(new WatchedInteger(&deleted));
+        stack.PushVariable(new WatchedVariable(&deleted));
         taken = stack.PopVariable();
     }
     EXPECT_FALSE(deleted);
