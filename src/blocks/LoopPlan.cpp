@@ -16,13 +16,6 @@ namespace {
 constexpr int kMaxPlannedNesting = 32;
 constexpr unsigned kNotPrinted = std::numeric_limits<unsigned>::max();
 
-// A condition's truth, as VexlBase::EvaluateCondition decides it.
-bool Holds(PreparedExpression& condition) {
-    int32_t number = 0;
-    if (condition.TryEvaluateInt(number)) return number != 0;
-    return VexlBase::ConditionTruth(condition.EvaluateView()) != 0;
-}
-
 }  // namespace
 
 LoopPlan::LoopPlan(VexlParse& walker, int first)
@@ -63,7 +56,7 @@ void LoopPlan::Run() {
             Page->AppendOutput(Expressions[op.A].Value);
             break;
         case Kind::Branch:
-            if (!Holds(Expressions[op.A].Code)) next = op.B;
+            if (VexlBase::EvaluateCondition(Expressions[op.A].Code) == 0) next = op.B;
             break;
         case Kind::Jump:
             next = op.A;

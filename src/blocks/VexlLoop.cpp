@@ -7,6 +7,7 @@
 #include <optional>
 
 #include "blocks/LoopPlan.h"
+#include "outside/quince/PreparedExpression.h"
 #include "page/VexlPage.h"
 #include "tags/BlockScan.h"
 #include "tags/VexlParse.h"
@@ -20,7 +21,8 @@ int VexlLoop::Start(int index, HtmlObject*) {
     HtmlObject* tag = Page->HtmlList->GetEntry(index);
     if (tag->IsEndTag()) return index;
     const unsigned line = tag->GetLineNum();
-    const NyxString condition = tag->GetStrValue("condition");
+    // Compiled once here; every pass checks it as a fresh compile would.
+    PreparedExpression condition(Page->Context, tag->GetStrValue("condition"));
 
     const NyxString initialiser = tag->GetStrValue("initialiser");
     if (initialiser.IsNotEmpty()) {

@@ -1,19 +1,15 @@
 // VexlBase conditions: the truth of a Quince expression, by the type of the
 // value it leaves.
 #include "outside/quince/ExpressionCompiler.h"
+#include "outside/quince/PreparedExpression.h"
 #include "page/VexlPage.h"
 #include "tags/VexlBase.h"
 #include "values/Variable.h"
 
-int VexlBase::EvaluateCondition(const NyxString& condition) {
-    ExpressionCompiler compiler(Page->Context);
-    if (compiler.CompileExpression(condition, NyxString()) == 0) return 0;
-    // The value as EvaluateExpression would push it, read in place: a
-    // condition in a loop costs no Variable per pass.
-    return ConditionTruth(compiler.EvaluateExpressionView());
-}
+namespace {
 
-int VexlBase::ConditionTruth(Variable* value) {
+// The truth of an expression's value by its type; none is false.
+int ConditionTruth(Variable* value) {
     if (value == nullptr) return 0;
     switch (value->GetTypeId()) {
     case Variable::TypeString:
@@ -23,4 +19,20 @@ int VexlBase::ConditionTruth(Variable* value) {
     default:
         return value->GetIntegerValue() != 0 ? 1 : 0;
     }
+}
+
+}  // namespace
+
+int VexlBase::EvaluateCondition(const NyxString& condition) {
+    ExpressionCompiler compiler(Page->Context);
+    if (compiler.CompileExpression(condition, NyxString()) == 0) return 0;
+    // The value as EvaluateExpression would push it, read in place: a
+    // condition in a loop costs no Variable per pass.
+    return ConditionTruth(compiler.EvaluateExpressionView());
+}
+
+int VexlBase::EvaluateCondition(PreparedExpression& condition) {
+    int32_t number = 0;
+    if (condition.TryEvaluateInt(number)) return number != 0 ? 1 : 0;
+    return ConditionTruth(condition.EvaluateView());
 }

@@ -8,6 +8,7 @@
 #include "values/NyxString.h"
 
 class VexlPage;
+class PreparedExpression;
 class Stack;
 class Variable;
 
@@ -28,8 +29,8 @@ public:
     HtmlTagParam* EvaluateTagParam(HtmlTagParam* param);
 
     int EvaluateCondition(const NyxString& condition);
-    // What EvaluateCondition makes of an expression's value (0 for none).
-    static int ConditionTruth(Variable* value);
+    // The same for a condition compiled once and run again and again.
+    static int EvaluateCondition(PreparedExpression& condition);
     // Appends an expression's value as a tag parameter shows it (nothing for none).
     static void AppendValueText(Variable* value, NyxString& text);
     // The same for an int or bool value (a bool as 0 or 1).
