@@ -4,6 +4,7 @@
 #include "blocks/LoopPlan.h"
 
 #include <limits>
+#include <memory>
 
 #include "page/VexlPage.h"
 #include "tags/BlockScan.h"
@@ -18,26 +19,41 @@ constexpr unsigned kNotPrinted = std::numeric_limits<unsigned>::max();
 
 }  // namespace
 
-LoopPlan::LoopPlan(VexlParse& walker, int first)
-    : Walker(walker), Page(walker.Page), List(walker.Page->HtmlList), FirstLevel(walker.Page->Walks->Depth + 1) {
+LoopPlan* LoopPlan::Find(const VexlPage& page, int loopIndex) {
+    if (page.HtmlList == nullptr) return nullptr;
+    return static_cast<LoopPlan*>(page.HtmlList->GetAttachment(loopIndex));
+}
+
+LoopPlan* LoopPlan::Make(VexlParse& walker, int loopIndex) {
+    const HtmlObjectList* list = walker.Page->HtmlList;
+    if (list == nullptr) return nullptr;
+    return static_cast<LoopPlan*>(list->Attach(loopIndex, std::unique_ptr<LoopPlan>(new LoopPlan(walker, loopIndex + 1))));
+}
+
+LoopPlan::LoopPlan(const VexlParse& walker, int first)
+    : List(walker.Page->HtmlList),
+      Context(walker.Page->Context),
+      FirstLevel(walker.Page->Walks->Depth + 1),
+      Limit(walker.Page->Walks->Limit) {
     // A walk of the body starts one level down, and says so when that is too deep.
-    if (List == nullptr || !Page->TagDefs.IsEmpty() || Page->TranslationEnabled || FirstLevel > Page->Walks->Limit + 1) {
-        return;
-    }
+    const VexlPage& page = *walker.Page;
+    if (!page.TagDefs.IsEmpty() || page.TranslationEnabled || FirstLevel > Limit + 1) return;
     Made = PlanWalk(first, TagId::Loop, 1, FirstLevel) != -1;
 }
 
-bool LoopPlan::Fits() const {
-    return Made && Page->HtmlList == List && Page->TagDefs.IsEmpty() && !Page->TranslationEnabled;
+bool LoopPlan::Fits(const VexlPage& page) const {
+    return Made && page.HtmlList == List && page.Context == Context && page.Walks->Depth + 1 == FirstLevel &&
+           page.Walks->Limit == Limit && page.TagDefs.IsEmpty() && !page.TranslationEnabled;
 }
 
-void LoopPlan::Run() {
+void LoopPlan::Run(VexlParse& walker) {
+    VexlPage& page = *walker.Page;
     const std::size_t count = Ops.size();
     for (std::size_t next = 0; next < count;) {
         const Op& op = Ops[next++];
         switch (op.What) {
         case Kind::Text:
-            Page->AppendOutput(Texts.data() + op.A, op.B);
+            page.AppendOutput(Texts.data() + op.A, op.B);
             break;
         case Kind::Evaluate:
             // A tag's values all come before its text, as when the walker writes it.
@@ -53,7 +69,7 @@ void LoopPlan::Run() {
             }
             break;
         case Kind::Value:
-            Page->AppendOutput(Expressions[op.A].Value);
+            page.AppendOutput(Expressions[op.A].Value);
             break;
         case Kind::Branch:
             if (VexlBase::EvaluateCondition(Expressions[op.A].Code) == 0) next = op.B;
@@ -62,10 +78,10 @@ void LoopPlan::Run() {
             next = op.A;
             break;
         case Kind::SetVar:
-            Walker.HandleSetVar(List->GetEntry(static_cast<int>(op.A)));
+            walker.HandleSetVar(List->GetEntry(static_cast<int>(op.A)));
             break;
         case Kind::SetHeader:
-            Walker.HandleSetHeader(List->GetEntry(static_cast<int>(op.A)));
+            walker.HandleSetHeader(List->GetEntry(static_cast<int>(op.A)));
             break;
         }
     }
@@ -102,7 +118,7 @@ int LoopPlan::PlanWalk(int index, int stopId, int stopEnd, int level) {
 // at an ENDIF or in an ELSE, behind which every branch goes on. Other shapes
 // are walked.
 bool LoopPlan::PlanIf(int& index, int level) {
-    if (level > Page->Walks->Limit || level - FirstLevel >= kMaxPlannedNesting) return false;
+    if (level > Limit || level - FirstLevel >= kMaxPlannedNesting) return false;
     std::vector<std::size_t> exits;
     int at = index;
     for (;;) {
@@ -174,6 +190,6 @@ void LoopPlan::AddText(const char* text, std::size_t size) {
 }
 
 uint32_t LoopPlan::AddExpression(const NyxString& text) {
-    Expressions.push_back({PreparedExpression(Page->Context, text), NyxString()});
+    Expressions.push_back({PreparedExpression(Context, text), NyxString()});
     return static_cast<uint32_t>(Expressions.size() - 1);
 }

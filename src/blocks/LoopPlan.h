@@ -1,4 +1,5 @@
-// LoopPlan: a LOOP body made ready for the passes after its first. Its fixed
+// LoopPlan: a LOOP body made ready for the passes after its first, and kept
+// with the page's list for later visits of the tag (a loop in a loop). Its fixed
 // text is joined, its IF constructs become jumps, and its conditions and
 // expression parameters are held compiled, so that a pass writes what a walk
 // of the body would write without visiting the objects one by one. A body
@@ -13,24 +14,31 @@
 #include <vector>
 
 #include "outside/quince/PreparedExpression.h"
+#include "values/HtmlListAttachment.h"
 #include "values/NyxString.h"
 
 class HtmlObject;
 class HtmlObjectList;
+class QuinceContext;
 class VexlPage;
 class VexlParse;
 
-class LoopPlan {
+class LoopPlan : public HtmlListAttachment {
 public:
-    // Plans the walk that `walker` would make from `first` up to the LOOP
-    // end tag, in the page's state at this moment.
-    LoopPlan(VexlParse& walker, int first);
+    // The plan that the page's list keeps for the LOOP at `loopIndex`, or null.
+    static LoopPlan* Find(const VexlPage& page, int loopIndex);
+    // Plans the walk that `walker` would make over the body of the LOOP at
+    // `loopIndex`, in the page's state at this moment, and has the list keep
+    // the plan (also one that could not be made, so that later visits of the
+    // tag do not try again) until the list changes.
+    static LoopPlan* Make(VexlParse& walker, int loopIndex);
 
-    // Whether a pass may come from the plan: it was made, and the page still
-    // walks the same list, without user tags and without translation.
-    bool Fits() const;
+    // Whether a pass may come from the plan: it was made, and the page walks
+    // the same list in the same context at the same depth, without user tags
+    // and without translation.
+    bool Fits(const VexlPage& page) const;
     // Writes one pass, as walker.Start(first, the LOOP end tag) would.
-    void Run();
+    void Run(VexlParse& walker);
 
 private:
     enum class Kind : uint8_t {
@@ -63,10 +71,12 @@ private:
     uint32_t AddExpression(const NyxString& text);
     void Label() { Joinable = false; }  // a jump lands here: the next text opens an op of its own
 
-    VexlParse& Walker;
-    VexlPage* Page;
-    HtmlObjectList* List;
-    int FirstLevel;
+    LoopPlan(const VexlParse& walker, int first);
+
+    const HtmlObjectList* List;
+    QuinceContext* Context;
+    int FirstLevel;  // the depth of a walk of the body
+    int Limit;       // the depth no walk may pass
     bool Made = false;
     bool Joinable = false;
     std::vector<Op> Ops;

@@ -4,8 +4,6 @@
 // pass on, a body that can be planned runs from its plan.
 #include "blocks/VexlLoop.h"
 
-#include <optional>
-
 #include "blocks/LoopPlan.h"
 #include "outside/quince/PreparedExpression.h"
 #include "page/VexlPage.h"
@@ -51,16 +49,18 @@ int VexlLoop::Start(int index, HtmlObject*) {
     HtmlObject stop(0);
     stop.SetTagId(TagId::Loop, 1);
     VexlParse walker(Page);
-    // Planned on the second pass: a loop that runs once costs no plan.
-    std::optional<LoopPlan> plan;
+    // A plan is made on a second pass, so a loop that runs once costs none,
+    // and kept with the list for the tag's later visits.
+    LoopPlan* plan = LoopPlan::Find(*Page, index);
     bool walkedOnce = false;
     ++Page->Walks->Loops;
     while (EvaluateCondition(condition) != 0) {
-        if (walkedOnce && !plan && Page->Walks->PlanLoops) plan.emplace(walker, index + 1);
-        if (plan && plan->Fits()) {
-            plan->Run();
+        if (plan == nullptr && walkedOnce && Page->Walks->PlanLoops) plan = LoopPlan::Make(walker, index);
+        if (plan != nullptr && plan->Fits(*Page)) {
+            plan->Run(walker);
         } else {
             walker.Start(index + 1, &stop);
+            plan = LoopPlan::Find(*Page, index);  // a walk that changed the list took the plan away
         }
         walkedOnce = true;
         if (iterator.IsNotEmpty()) RunQuinceProcedure(iterator, nullptr, 0);

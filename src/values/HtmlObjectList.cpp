@@ -50,6 +50,7 @@ void HtmlObjectList::ReplaceEntry(int index, HtmlObject* object) {
     if (previous->GetTagId() != object->GetTagId() || previous->IsEndTag() != object->IsEndTag()) BlockIndex.reset();
     if (!PrintMarks.empty()) PrintMarks[static_cast<unsigned>(index)] = 0;
     KeptRuns.ForgetAll();
+    Attachments.clear();
     slot = object;
     Destroy(previous);
 }
@@ -60,6 +61,18 @@ void HtmlObjectList::AddEntry(HtmlObject* object) {
     Append(object);
     if (!PrintMarks.empty()) PrintMarks.push_back(0);
     KeptRuns.ForgetAll();
+    Attachments.clear();
+}
+
+HtmlListAttachment* HtmlObjectList::GetAttachment(int index) const {
+    const auto found = Attachments.find(index);
+    return found != Attachments.end() ? found->second.get() : nullptr;
+}
+
+HtmlListAttachment* HtmlObjectList::Attach(int index, std::unique_ptr<HtmlListAttachment> attachment) const {
+    std::unique_ptr<HtmlListAttachment>& slot = Attachments[index];
+    slot = std::move(attachment);
+    return slot.get();
 }
 
 void HtmlObjectList::AppendOutputOf(int index, NyxString& out) const {

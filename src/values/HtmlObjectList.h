@@ -6,10 +6,12 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "values/HtmlBlockIndex.h"
 #include "values/HtmlKeptRuns.h"
+#include "values/HtmlListAttachment.h"
 #include "values/HtmlObject.h"
 #include "values/HtmlObjectArena.h"
 #include "values/NyxString.h"
@@ -57,6 +59,12 @@ public:
     // whenever an entry is replaced or added.
     HtmlKeptRuns& GetKeptRuns() const { return KeptRuns; }
 
+    // What a handler keeps about the object at `index`, or null. Every
+    // attachment is destroyed whenever an entry is replaced or added.
+    HtmlListAttachment* GetAttachment(int index) const;
+    // Keeps `attachment` for the object at `index`, in place of any before.
+    HtmlListAttachment* Attach(int index, std::unique_ptr<HtmlListAttachment> attachment) const;
+
 private:
     friend class HtmlParser;
 
@@ -88,5 +96,6 @@ private:
     mutable std::vector<uint32_t> PrintMarks;
     mutable std::string PrintedTexts;
     mutable HtmlKeptRuns KeptRuns;
+    mutable std::unordered_map<int, std::unique_ptr<HtmlListAttachment>> Attachments;
     mutable std::unique_ptr<HtmlBlockIndex> BlockIndex;  // null until asked for, or after a change of ids
 };

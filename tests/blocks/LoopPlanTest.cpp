@@ -25,7 +25,7 @@ bool Plans(const std::string& page, int depth = 0, int limit = 200) {
     request.Walks->Depth = depth;
     request.Walks->Limit = limit;
     VexlParse walker(&request);
-    return LoopPlan(walker, 1).Fits();
+    return LoopPlan::Make(walker, 0)->Fits(request);
 }
 
 class LoopPlanRender : public testing::Test {
@@ -110,13 +110,33 @@ TEST(LoopPlan, WalksWhileUserTagsAreDefinedOrTextIsTranslated) {
     VexlPage request;
     request.HtmlList = new HtmlObjectList(NyxString("page.vxl"), page);
     VexlParse walker(&request);
-    EXPECT_TRUE(LoopPlan(walker, 1).Fits());
     request.TranslationEnabled = true;
-    EXPECT_FALSE(LoopPlan(walker, 1).Fits());
+    EXPECT_FALSE(LoopPlan::Make(walker, 0)->Fits(request));
     request.TranslationEnabled = false;
-    LoopPlan plan(walker, 1);
+    LoopPlan* plan = LoopPlan::Make(walker, 0);
+    EXPECT_TRUE(plan->Fits(request));
     request.TagDefs.AddDefinition("b", "p", 0);
-    EXPECT_FALSE(plan.Fits());
+    EXPECT_FALSE(plan->Fits(request));
+}
+
+TEST(LoopPlan, ListKeepsThePlanUntilItChanges) {
+    const std::string page = std::string(kLoop) + "x<b y=(i)></LOOP>";
+    VexlPage request;
+    request.HtmlList = new HtmlObjectList(NyxString("page.vxl"), page);
+    VexlParse walker(&request);
+    EXPECT_EQ(nullptr, LoopPlan::Find(request, 0));
+    LoopPlan* plan = LoopPlan::Make(walker, 0);
+    EXPECT_EQ(plan, LoopPlan::Find(request, 0));
+    // The same list walked from elsewhere: deeper, or under another limit.
+    ++request.Walks->Depth;
+    EXPECT_FALSE(plan->Fits(request));
+    --request.Walks->Depth;
+    request.Walks->Limit = 10;
+    EXPECT_FALSE(plan->Fits(request));
+    request.Walks->Limit = kMaxWalkDepth;
+    EXPECT_TRUE(plan->Fits(request));
+    request.HtmlList->ReplaceEntry(1, new HtmlObject(*request.HtmlList->GetEntry(1)));
+    EXPECT_EQ(nullptr, LoopPlan::Find(request, 0));
 }
 
 TEST_F(LoopPlanRender, ConditionsAndValuesRunInTheWalksOrder) {
@@ -149,6 +169,16 @@ TEST_F(LoopPlanRender, InnerLoopsAndIncludedFilesPlanTheirOwnBodies) {
                                   "<b j=(j)><IF condition=\"j == 1\">one<ENDIF></LOOP>"));
     ExpectPlanWritesAsWalk(std::string(kLoop) + "pass <INCLUDE file=\"part.vxl\">"
                            "<LOOP initialiser=\"k = 0\" condition=\"k < i\" iterator=\"k = k + 1\">[<b k=(k)>]</LOOP>\n"
+                           "</LOOP>");
+}
+
+TEST_F(LoopPlanRender, KeptPlanStepsAsideOnceUserTagsAreDefined) {
+    // The inner loop's plan, kept from the first outer pass, must not print
+    // <shout> as it is once the tag has a definition.
+    ExpectPlanWritesAsWalk("<SCRIPT>\nproc shout(page, pos)\n  print \"<b>!</b>\"\nendproc\n</SCRIPT>\n" +
+                           std::string(kLoop) +
+                           "pass <LOOP initialiser=\"j = 0\" condition=\"j < 3\" iterator=\"j = j + 1\">"
+                           "<shout n=(j)></LOOP><IF condition=\"i == 1\"><DEFTAG name=\"shout\" proc=\"shout\"><ENDIF>\n"
                            "</LOOP>");
 }
 
