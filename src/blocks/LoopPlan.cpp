@@ -5,6 +5,7 @@
 
 #include <limits>
 #include <memory>
+#include <utility>
 
 #include "page/VexlPage.h"
 #include "tags/BlockScan.h"
@@ -27,7 +28,8 @@ LoopPlan* LoopPlan::Find(const VexlPage& page, int loopIndex) {
 LoopPlan* LoopPlan::Make(VexlParse& walker, int loopIndex) {
     const HtmlObjectList* list = walker.Page->HtmlList;
     if (list == nullptr) return nullptr;
-    return static_cast<LoopPlan*>(list->Attach(loopIndex, std::unique_ptr<LoopPlan>(new LoopPlan(walker, loopIndex + 1))));
+    std::unique_ptr<LoopPlan> plan(new LoopPlan(walker, loopIndex + 1));
+    return static_cast<LoopPlan*>(list->Attach(loopIndex, std::move(plan)));
 }
 
 LoopPlan::LoopPlan(const VexlParse& walker, int first)
@@ -42,8 +44,8 @@ LoopPlan::LoopPlan(const VexlParse& walker, int first)
 }
 
 bool LoopPlan::Fits(const VexlPage& page) const {
-    return Made && page.HtmlList == List && page.Context == Context && page.Walks->Depth + 1 == FirstLevel &&
-           page.Walks->Limit == Limit && page.TagDefs.IsEmpty() && !page.TranslationEnabled;
+    return Made && page.Walks->Depth + 1 == FirstLevel && page.Walks->Limit == Limit && page.TagDefs.IsEmpty() &&
+           !page.TranslationEnabled;
 }
 
 void LoopPlan::Run(VexlParse& walker) {

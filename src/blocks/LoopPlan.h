@@ -34,8 +34,9 @@ public:
     static LoopPlan* Make(VexlParse& walker, int loopIndex);
 
     // Whether a pass may come from the plan: it was made, and the page walks
-    // the same list in the same context at the same depth, without user tags
-    // and without translation.
+    // the body at the same depth and under the same limit, without user tags
+    // and without translation. (The list and its page's context are the
+    // plan's own: a plan is only reached through the list that keeps it.)
     bool Fits(const VexlPage& page) const;
     // Writes one pass, as walker.Start(first, the LOOP end tag) would.
     void Run(VexlParse& walker);
@@ -73,8 +74,8 @@ private:
 
     LoopPlan(const VexlParse& walker, int first);
 
-    const HtmlObjectList* List;
-    QuinceContext* Context;
+    const HtmlObjectList* List;  // the list that keeps the plan
+    QuinceContext* Context;      // its page's, for the plan's expressions
     int FirstLevel;  // the depth of a walk of the body
     int Limit;       // the depth no walk may pass
     bool Made = false;

@@ -151,10 +151,13 @@ TEST_F(LoopPlanRender, ConditionsAndValuesRunInTheWalksOrder) {
 
 TEST_F(LoopPlanRender, ValuesFollowTheirVariablesChangeOfType) {
     ExpectPlanWritesAsWalk(std::string(kLoop) +
-                           "<SETVAR name=\"v\" value=\"i\"><IF condition=\"i == 1\"><SETVAR name=\"v\" value='\"text\"'>"
-                           "<ELSEIF condition=\"i == 2\"><SETVAR name=\"v\" value=\"2.5f\"><ELSEIF condition=\"i == 3\">"
-                           "<SETVAR name=\"v\" value=\"true\"><ENDIF>pass <b v=(v) w=\"(v + v)\" big=\"(i + 16777217)\" t=\"(i > 1)\"><IF condition=\"v\">true"
-                           "<ENDIF><IF condition=\"later > 0\">later<ENDIF><SETVAR name=\"later\" value=\"i\"></LOOP>");
+                           "<SETVAR name=\"v\" value=\"i\"><IF condition=\"i == 1\">"
+                           "<SETVAR name=\"v\" value='\"text\"'><ELSEIF condition=\"i == 2\">"
+                           "<SETVAR name=\"v\" value=\"2.5f\"><ELSEIF condition=\"i == 3\">"
+                           "<SETVAR name=\"v\" value=\"true\"><ENDIF>pass "
+                           "<b v=(v) w=\"(v + v)\" big=\"(i + 16777217)\" t=\"(i > 1)\">"
+                           "<IF condition=\"v\">true<ENDIF><IF condition=\"later > 0\">later<ENDIF>"
+                           "<SETVAR name=\"later\" value=\"i\"></LOOP>");
 }
 
 TEST_F(LoopPlanRender, DepthLimitMessagesComeAsFromAWalk) {
@@ -178,7 +181,8 @@ TEST_F(LoopPlanRender, KeptPlanStepsAsideOnceUserTagsAreDefined) {
     ExpectPlanWritesAsWalk("<SCRIPT>\nproc shout(page, pos)\n  print \"<b>!</b>\"\nendproc\n</SCRIPT>\n" +
                            std::string(kLoop) +
                            "pass <LOOP initialiser=\"j = 0\" condition=\"j < 3\" iterator=\"j = j + 1\">"
-                           "<shout n=(j)></LOOP><IF condition=\"i == 1\"><DEFTAG name=\"shout\" proc=\"shout\"><ENDIF>\n"
+                           "<shout n=(j)></LOOP>"
+                           "<IF condition=\"i == 1\"><DEFTAG name=\"shout\" proc=\"shout\"><ENDIF>\n"
                            "</LOOP>");
 }
 

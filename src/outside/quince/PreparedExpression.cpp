@@ -22,15 +22,6 @@ PreparedExpression::~PreparedExpression() {
 PreparedExpression::PreparedExpression(PreparedExpression&& other) noexcept
     : Context(other.Context), Compiled(std::exchange(other.Compiled, nullptr)) {}
 
-PreparedExpression& PreparedExpression::operator=(PreparedExpression&& other) noexcept {
-    if (this != &other) {
-        if (Compiled != nullptr) quince::ReleaseExpression(Compiled);
-        Context = other.Context;
-        Compiled = std::exchange(other.Compiled, nullptr);
-    }
-    return *this;
-}
-
 Variable* PreparedExpression::EvaluateView() {
     if (Compiled == nullptr) return nullptr;
     quince::Engine& engine = Context->GetEngine();

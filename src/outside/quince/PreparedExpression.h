@@ -20,7 +20,7 @@ public:
     PreparedExpression(QuinceContext* context, const NyxString& text);
     ~PreparedExpression();
     PreparedExpression(PreparedExpression&& other) noexcept;
-    PreparedExpression& operator=(PreparedExpression&& other) noexcept;
+    PreparedExpression& operator=(PreparedExpression&&) = delete;
     PreparedExpression(const PreparedExpression&) = delete;
     PreparedExpression& operator=(const PreparedExpression&) = delete;
 
