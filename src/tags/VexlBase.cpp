@@ -7,6 +7,8 @@
 #include "page/VexlPage.h"
 #include "tags/VexlParse.h"
 
+#include <string>
+
 int VexlBase::Start(int, HtmlObject*) { return -1; }
 
 NyxString VexlBase::CreateTempFile() {
@@ -34,5 +36,31 @@ NyxString VexlBase::PageFileStem() const {
         const unsigned dot = stem.FindLast(".");
         if (dot != NyxString::kAll) stem.SetLength(dot);
     }
-    return stem;
+    return ScriptNameForStem(stem);
+}
+
+// A stem that is a Quince name stays as it is, so that a page may define its
+// procedures on purpose. Any other stem ("my-page", "2024-report", "über")
+// is spelt as a name: kept letters, digits and '_', every other byte as
+// "_xx" in hex, behind a prefix, so that two different stems never meet.
+NyxString VexlBase::ScriptNameForStem(const NyxString& stem) {
+    const std::string text = stem.ToStd();
+    const auto isNameStart = [](char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_'; };
+    const auto isNamePart = [&](char c) { return isNameStart(c) || (c >= '0' && c <= '9'); };
+    bool valid = !text.empty() && isNameStart(text[0]);
+    for (char c : text) valid = valid && isNamePart(c);
+    if (valid) return stem;
+    static const char kHex[] = "0123456789abcdef";
+    std::string name = "vexlpage_";
+    for (char c : text) {
+        if (isNamePart(c) && c != '_') {
+            name += c;
+            continue;
+        }
+        const auto byte = static_cast<unsigned char>(c);
+        name += '_';
+        name += kHex[byte >> 4];
+        name += kHex[byte & 15];
+    }
+    return NyxString(name.c_str());
 }

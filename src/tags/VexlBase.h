@@ -49,8 +49,10 @@ protected:
     // Walks a file as a page of its own on a child page that shares the
     // context and the output; the child's temporary files go to this page.
     void WalkFileOnChildPage(const NyxString& path);
-    // The page file's name without folder and extension, for procedure names.
+    // The page file's name without folder and extension, spelt as a Quince
+    // name (see ScriptNameForStem), for the procedures made from the page.
     NyxString PageFileStem() const;
+    static NyxString ScriptNameForStem(const NyxString& stem);
     // Compiles `source` as the body of a procedure called `name` and records
     // the name in `parameter` on a copy of the tag at `index`, which takes the
     // tag's place in the list. Returns 0 when the compile failed.
