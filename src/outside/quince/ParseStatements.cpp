@@ -320,8 +320,9 @@ void Parser::ParseWhile() {
 }
 
 // for := "for" NAME "=" expression "to" expression [ "step" expression ] block "next" [ NAME ]
-// The loop declares its counter, local to the loop; limit and step are worked
-// out once, before the first pass.
+// The loop declares its counter, local to the loop, unless a local or
+// parameter of that name exists; limit and step are worked out once, before
+// the first pass.
 void Parser::ParseFor() {
     const unsigned line = Current.Line;
     Advance();
@@ -332,6 +333,11 @@ void Parser::ParseFor() {
     const std::string name(Current.Text);
     Advance();
     Expect(TokenKind::Assign, "'=' after the counter of 'for'");
+    // A local or parameter of that name is the counter itself: the loop
+    // counts in a hidden slot and hands each pass's value to it.
+    const bool existing = IsLocalOrParameter(name);
+    ResolvedName variable;
+    if (existing) variable = Resolve(name, false);
     const ExprInfo start = ParseExpression();
     BeginScope();
     const StaticType counterType =
@@ -339,7 +345,9 @@ void Parser::ParseFor() {
         : start.Type == StaticType::Float                                  ? StaticType::Double
                                                                            : StaticType::Any;
     unsigned counter = 0;
-    if (!DeclareLocal(name, DeclaredType{counterType, StaticType::Any}, counter)) {
+    if (existing) {
+        counter = AddHiddenSlot();
+    } else if (!DeclareLocal(name, DeclaredType{counterType, StaticType::Any}, counter)) {
         EndScope();
         return;
     }
@@ -357,16 +365,26 @@ void Parser::ParseFor() {
     }
     Emit(Opcode::StoreLocal, static_cast<int32_t>(stepSlot));
     if (!Failed && (limitSlot != counter + 1 || stepSlot != counter + 2)) Fail("internal: loop slots apart");
-    const bool allInts = counterType == StaticType::Int && limit.Type == StaticType::Int && step.Type == StaticType::Int;
+    const bool allInts = !existing && counterType == StaticType::Int && limit.Type == StaticType::Int && step.Type == StaticType::Int;
     const std::size_t prepare = Emit(allInts ? Opcode::ForPrepInt : Opcode::ForPrep, 0, static_cast<uint16_t>(counter));
     const std::size_t body = CodeSize();
     MarkJumpTarget();
+    if (existing) {
+        Emit(Opcode::LoadLocal, static_cast<int32_t>(counter));
+        EmitStore(variable);
+    }
     Function->Loops.push_back(LoopState{{}, {}, Function->ScopeDepth});
     ParseBlock();
     LoopState loop = std::move(Function->Loops.back());
     Function->Loops.pop_back();
     for (std::size_t jump : loop.ContinueJumps) PatchJump(jump);
     MarkJumpTarget();
+    if (existing) {
+        // What the body did to the variable steers the passes, as it does a
+        // counter the loop declared.
+        EmitLoad(variable);
+        Emit(Opcode::StoreLocal, static_cast<int32_t>(counter));
+    }
     const std::size_t next = Emit(allInts ? Opcode::ForNextInt : Opcode::ForNext, 0, static_cast<uint16_t>(counter));
     PatchJumpTo(next, body);
     PatchJump(prepare);

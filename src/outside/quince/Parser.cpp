@@ -314,6 +314,16 @@ bool Parser::DeclareLocal(std::string_view name, DeclaredType type, unsigned& sl
     return true;
 }
 
+bool Parser::IsLocalOrParameter(std::string_view name) const {
+    for (const LocalVariable& local : Function->Locals) {
+        if (local.Name == name) return true;
+    }
+    for (const Parameter& parameter : Function->Proc->Parameters) {
+        if (parameter.Name.View() == name) return true;
+    }
+    return false;
+}
+
 unsigned Parser::AddHiddenSlot() {
     unsigned slot = 0;
     // A name no source text can spell keeps the slot out of every lookup.

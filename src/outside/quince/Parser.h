@@ -118,6 +118,7 @@ private:
     void EndScope();
     bool DeclareLocal(std::string_view name, DeclaredType type, unsigned& slot);
     unsigned AddHiddenSlot();
+    bool IsLocalOrParameter(std::string_view name) const;
     ResolvedName Resolve(std::string_view name, bool required);
     bool IsSlotName(std::string_view name) const;
     void EmitLoad(const ResolvedName& name);

@@ -9,6 +9,7 @@
 #pragma GCC optimize("no-crossjumping", "no-gcse", "no-tree-slp-vectorize")
 #endif
 
+#include <climits>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
@@ -46,7 +47,9 @@ inline void SetBool(Value& value, bool truth) {
     value.bits = truth ? 1 : 0;
 }
 
-// The counter, limit and step of a for loop as numbers of one kind.
+// The counter, limit and step of a for loop must be numbers. `isInteger`:
+// the counter counts in whole steps (an int or char counter keeps its type,
+// whatever the limit and step are).
 bool ForNumbers(const Value* counter, bool& isInteger, NyxString& error) {
     for (int i = 0; i < 3; ++i) {
         if (!counter[i].IsNumber()) {
@@ -55,19 +58,25 @@ bool ForNumbers(const Value* counter, bool& isInteger, NyxString& error) {
             return false;
         }
     }
-    isInteger = counter[0].kind != Kind::Float && counter[0].kind != Kind::Double &&
-                counter[1].kind != Kind::Float && counter[1].kind != Kind::Double &&
-                counter[2].kind != Kind::Float && counter[2].kind != Kind::Double;
+    isInteger = counter[0].kind != Kind::Float && counter[0].kind != Kind::Double;
     return true;
 }
 
+bool IsWhole(const Value& value) { return value.kind != Kind::Float && value.kind != Kind::Double; }
+
+// A whole counter steps by the step's whole part, so a step that is 0 as an
+// int stops the loop before it starts.
+bool ForStepIsZero(const Value* counter, bool isInteger) {
+    return isInteger ? ToInt(counter[2]) == 0 : ToDouble(counter[2]) == 0.0;
+}
+
 bool ForContinues(const Value* counter, bool isInteger) {
-    if (isInteger) {
+    if (isInteger && IsWhole(counter[1])) {
         const int32_t step = ToInt(counter[2]);
         return step > 0 ? ToInt(counter[0]) <= ToInt(counter[1]) : ToInt(counter[0]) >= ToInt(counter[1]);
     }
-    const double step = ToDouble(counter[2]);
-    return step > 0 ? ToDouble(counter[0]) <= ToDouble(counter[1]) : ToDouble(counter[0]) >= ToDouble(counter[1]);
+    const bool up = isInteger ? ToInt(counter[2]) > 0 : ToDouble(counter[2]) > 0;
+    return up ? ToDouble(counter[0]) <= ToDouble(counter[1]) : ToDouble(counter[0]) >= ToDouble(counter[1]);
 }
 
 }  // namespace
@@ -735,7 +744,7 @@ op_ForPrep: {
     Value* counter = &slots[in.B];
     bool isInteger = false;
     if (!ForNumbers(counter, isInteger, message)) goto failure;
-    if (isInteger ? ToInt(counter[2]) == 0 : ToDouble(counter[2]) == 0.0) FAIL("the step of 'for' is 0");
+    if (ForStepIsZero(counter, isInteger)) FAIL("the step of 'for' is 0");
     if (!ForContinues(counter, isInteger)) ip += in.A;
     NEXT();
 }
@@ -746,8 +755,13 @@ op_ForNext: {
     if (!ForNumbers(counter, isInteger, message)) goto failure;
     if (isInteger) {
         const int64_t next = int64_t{ToInt(counter[0])} + ToInt(counter[2]);
-        if (next > INT32_MAX || next < INT32_MIN) NEXT();  // past the end of the int range: done
-        counter[0] = Value::MakeInt(static_cast<int32_t>(next));
+        if (counter[0].kind == Kind::Char) {
+            if (next > CHAR_MAX || next < CHAR_MIN) NEXT();  // past the end of the char range: done
+            counter[0] = Value::MakeChar(static_cast<char>(next));
+        } else {
+            if (next > INT32_MAX || next < INT32_MIN) NEXT();  // past the end of the int range: done
+            counter[0] = Value::MakeInt(static_cast<int32_t>(next));
+        }
     } else {
         const double next = ToDouble(counter[0]) + ToDouble(counter[2]);
         if (counter[0].kind == Kind::Float) counter[0] = Value::MakeFloat(static_cast<float>(next));
