@@ -369,7 +369,17 @@ bool ConvertTo(Value& value, DeclaredType type, MemoryAccount& account, NyxStrin
             error.Printf("cannot use %s as %S", KindName(value.kind), &typeName);
             return false;
         }
-        if (type.Element == StaticType::Any || value.a->Element == type.Element) return true;
+        if (value.a->Element == type.Element) return true;
+        if (type.Element == StaticType::Any) {
+            // A `var[]` holds a general array: its items may change type, so
+            // a typed array (the literal [1] is an int[]) loses its type here.
+            if (!MakeArrayUnique(value)) {
+                error = "out of memory for strings and arrays";
+                return false;
+            }
+            value.a->Element = StaticType::Any;
+            return true;
+        }
         ArrayObject* converted = NewArray(account, type.Element);
         if (converted == nullptr) {
             error = "out of memory for strings and arrays";
