@@ -86,17 +86,18 @@ bool FormatText(CallContext& call, Value* args, unsigned count, Value& result) {
                 written = std::snprintf(buffer, sizeof buffer, directive.c_str(), ToDouble(value));
                 break;
             case 's': {
-                directive.push_back('s');
+                // Padded here, not by printf, so that a string's NUL bytes
+                // and its full length survive.
                 NyxString text;
-                std::string item(TextOf(value, text));
-                if (precision >= 0 && item.size() > static_cast<std::size_t>(precision)) item.resize(precision);
-                if (item.size() + kMaxFormatWidth + 1 > sizeof buffer) {
-                    // Long texts need no padding arithmetic from printf: they are wider than any width.
-                    out.append(item);
-                    continue;
-                }
-                written = std::snprintf(buffer, sizeof buffer, directive.c_str(), item.c_str());
-                break;
+                std::string_view item = TextOf(value, text);
+                if (precision >= 0 && item.size() > static_cast<std::size_t>(precision)) item = item.substr(0, precision);
+                const std::size_t padding = static_cast<std::size_t>(width) > item.size() ? width - item.size() : 0;
+                const bool left = directive.find('-') != std::string::npos;
+                if (!left) out.append(padding, ' ');
+                out.append(item);
+                if (left) out.append(padding, ' ');
+                if (out.size() > call.Memory.Limit) return call.OutOfMemory();
+                continue;
             }
             default:
                 return call.Fail("format: unknown conversion '%%%c'", conversion);

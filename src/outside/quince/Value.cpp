@@ -257,6 +257,23 @@ bool ArrayPush(ArrayObject& array, Value item) {
 
 // --- Text --------------------------------------------------------------------
 
+// A string in double quotes, with `"` and `\` escaped so that the quotes
+// that close it are the only bare ones. Line ends stay as they are: pages
+// show dumps of form text.
+static void AppendQuoted(NyxString& output, std::string_view text) {
+    output.Append('"');
+    std::size_t plain = 0;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (text[i] != '"' && text[i] != '\\') continue;
+        const char* escape = text[i] == '"' ? "\\\"" : "\\\\";
+        output.AppendBytes(text.data() + plain, i - plain);
+        output.Append(escape);
+        plain = i + 1;
+    }
+    output.AppendBytes(text.data() + plain, text.size() - plain);
+    output.Append('"');
+}
+
 static void AppendTextTo(NyxString& output, const Value& value, bool quoteStrings) {
     switch (value.kind) {
         case Kind::Int: VarConversions::AppendInteger(output, value.i); break;
@@ -265,9 +282,8 @@ static void AppendTextTo(NyxString& output, const Value& value, bool quoteString
         case Kind::Double: VarConversions::AppendDouble(output, value.d); break;
         case Kind::Float: VarConversions::AppendFloat(output, value.f); break;
         case Kind::String:
-            if (quoteStrings) output.Append('"');
-            output.AppendBytes(value.s->Data, value.s->Length);
-            if (quoteStrings) output.Append('"');
+            if (quoteStrings) AppendQuoted(output, StringView(value));
+            else output.AppendBytes(value.s->Data, value.s->Length);
             break;
         case Kind::Array: {
             output.Append('[');
