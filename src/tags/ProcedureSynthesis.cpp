@@ -1,5 +1,6 @@
 // VexlBase::SynthesizeProcedure: a run of statements in the page becomes a
 // named procedure, compiled once; the tag in the list remembers the name.
+#include "outside/quince/Engine.h"
 #include "outside/quince/QuinceContext.h"
 #include "page/VexlPage.h"
 #include "tags/VexlBase.h"
@@ -9,7 +10,7 @@ int VexlBase::SynthesizeProcedure(int index, const NyxString& source, const NyxS
     NyxString text("proc ");
     text += name;
     text += " ()\n";
-    text += source;
+    text += NyxString(quince::TrimTrailingSpace(source.View()));
     text += "\nendproc\n";
     if (Page->Context->CompileScriptBuffer(text, Page->HtmlList->GetFilePath(), line) == 0) return 0;
     auto* copy = new HtmlObject(*Page->HtmlList->GetEntry(index));

@@ -98,6 +98,9 @@ void RetainExpression(CachedExpression* expression);
 bool TextIsStructured(std::string_view text);
 // Whether any statement of a text begins with `proc`.
 bool TextDefinesProcedures(std::string_view text);
+// The text without its trailing blanks and line ends: a frame put around a
+// run of statements ends on the line after the last one, not further down.
+std::string_view TrimTrailingSpace(std::string_view text);
 void ReleaseExpression(CachedExpression* expression);
 
 class Engine {
@@ -212,6 +215,7 @@ private:
 
     bool LimitsRead = false;
     Limits CurrentLimits;
+    bool MainFailedToCompile = false;  // the last CompileFile failed: its error is the one to show
 
     TextMap<std::unique_ptr<NativeFunction>> Natives;
     TextMap<void*> LoadedModules;  // by the path they were found at; loaded for the life of the process

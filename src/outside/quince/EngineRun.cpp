@@ -36,6 +36,12 @@ bool ScanForProc(std::string_view text, bool firstOnly) {
 
 }  // namespace
 
+std::string_view TrimTrailingSpace(std::string_view text) {
+    std::size_t end = text.size();
+    while (end > 0 && (text[end - 1] == ' ' || text[end - 1] == '\t' || text[end - 1] == '\r' || text[end - 1] == '\n')) --end;
+    return text.substr(0, end);
+}
+
 bool TextIsStructured(std::string_view text) { return ScanForProc(text, true); }
 
 bool TextDefinesProcedures(std::string_view text) { return ScanForProc(text, false); }
@@ -66,16 +72,25 @@ bool Engine::CompileText(std::string_view text, const NyxString& file, unsigned 
 
 bool Engine::CompileFile(const NyxString& path) {
     std::string contents;
+    MainFailedToCompile = true;
     if (!FileReadAll(path, contents)) {
         ReportError(path, 0, "cannot read the script file");
         return false;
     }
     // A byte order mark is no part of the script.
     if (contents.compare(0, 3, "\xEF\xBB\xBF") == 0) contents.erase(0, 3);
-    if (TextDefinesProcedures(contents)) return CompileText(contents, path, 1);
-    // Line 0 holds the frame, so the file's own lines keep their numbers.
-    const std::string wrapped = "proc main ()\n" + contents + "\nendproc\n";
-    return CompileText(wrapped, path, 0);
+    bool compiled = false;
+    if (TextDefinesProcedures(contents)) {
+        compiled = CompileText(contents, path, 1);
+    } else {
+        // Line 0 holds the frame, so the file's own lines keep their numbers,
+        // and the frame's end shares the last line, where an unclosed block
+        // is reported.
+        const std::string wrapped = "proc main ()\n" + std::string(TrimTrailingSpace(contents)) + "\nendproc\n";
+        compiled = CompileText(wrapped, path, 0);
+    }
+    MainFailedToCompile = !compiled;
+    return compiled;
 }
 
 bool Engine::RunForPage(const NyxString& name, Stack* stack) {
@@ -83,6 +98,9 @@ bool Engine::RunForPage(const NyxString& name, Stack* stack) {
     GetLimits();
     Procedure* procedure = FindProcedure(name.View());
     if (procedure == nullptr) {
+        Owner.RunFailed = 1;
+        // The file that was to define main failed and said why already.
+        if (MainFailedToCompile && name.View() == "main") return false;
         NyxString message;
         message.Printf("unknown procedure '%S'", &name);
         ReportError(NyxString(), 0, message);

@@ -100,8 +100,17 @@ void Parser::ParseProcedure() {
     procedure->SlotCount = state.NextSlot;
     ParseBlock();
     if (!Failed && !Check(TokenKind::EndProc)) {
-        Fail("expected 'endproc' to close 'proc " + name + "' of line " + std::to_string(line) + ", found " +
-             Found());
+        // At the outermost block, an end keyword has no block to close.
+        const char* opener = Check(TokenKind::EndIf) || Check(TokenKind::ElseIf) || Check(TokenKind::Else) ? "if"
+                             : Check(TokenKind::EndWhile)                                                 ? "while"
+                             : Check(TokenKind::Next)                                                     ? "for"
+                                                                                                          : nullptr;
+        if (opener != nullptr) {
+            Fail(Found() + " without an open '" + opener + "'");
+        } else {
+            Fail("expected 'endproc' to close 'proc " + name + "' of line " + std::to_string(line) + ", found " +
+                 Found());
+        }
     }
     Advance();
     Emit(Opcode::Return);
@@ -464,6 +473,10 @@ void Parser::ParseNameStatement() {
         return;
     }
     Advance();
+    if (Check(TokenKind::Name) && Peek.Kind == TokenKind::Assign) {
+        Fail("'" + name + "' is not a type; a declaration begins with var, int, double, float, char, bool or string");
+        return;
+    }
     const bool hasParentheses = Check(TokenKind::LeftParen);
     if (!hasParentheses && !StartsExpression(Current.Kind) && !Check(TokenKind::Separator) &&
         !IsBlockEnd(Current.Kind)) {

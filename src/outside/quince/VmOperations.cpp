@@ -3,6 +3,7 @@
 
 #include <cmath>
 #include <cstring>
+#include <limits>
 
 #include "outside/quince/VariableBridge.h"
 #include "values/VarString.h"
@@ -44,14 +45,18 @@ bool IntegerArithmetic(Opcode op, int32_t a, int32_t b, int32_t& out, NyxString&
     }
 }
 
+// A NaN that arithmetic makes (0.0/0 has its sign bit set on most machines)
+// is the plain one, so that every NaN prints as "nan", as double("nan") does.
 double DoubleArithmetic(Opcode op, double a, double b) {
+    double result = 0;
     switch (op) {
-        case Opcode::Add: return a + b;
-        case Opcode::Subtract: return a - b;
-        case Opcode::Multiply: return a * b;
-        case Opcode::Divide: return a / b;
-        default: return std::fmod(a, b);
+        case Opcode::Add: result = a + b; break;
+        case Opcode::Subtract: result = a - b; break;
+        case Opcode::Multiply: result = a * b; break;
+        case Opcode::Divide: result = a / b; break;
+        default: result = std::fmod(a, b); break;
     }
+    return std::isnan(result) ? std::numeric_limits<double>::quiet_NaN() : result;
 }
 
 bool JoinTexts(Value& left, const Value& right, MemoryAccount& memory, NyxString& error) {
@@ -138,8 +143,8 @@ bool Negate(Value& value, NyxString& error) {
         case Kind::Bool:
         case Kind::Char:
         case Kind::Int: value = Value::MakeInt(WrapSubtract(0, ToInt(value))); return true;
-        case Kind::Float: value.f = -value.f; return true;
-        case Kind::Double: value.d = -value.d; return true;
+        case Kind::Float: if (!std::isnan(value.f)) value.f = -value.f; return true;  // NaN stays "nan"
+        case Kind::Double: if (!std::isnan(value.d)) value.d = -value.d; return true;
         default:
             error.Printf("'-' needs a number, not %s", KindName(value.kind));
             return false;
