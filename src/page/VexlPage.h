@@ -33,6 +33,16 @@ public:
     bool Process();
 
     unsigned SetSessionId(unsigned id, unsigned expiry);
+    // For web front ends, in place of SetSessionId: the session the
+    // visitor's cookies name (0 and "" for none) is only checked, or a new
+    // one made, when a script binds its first session variable. Until then
+    // HTTP_SESSION_ID is 0 and no store is opened; a request that binds none
+    // ends without the header pair http_session_id.
+    void ClaimSession(unsigned id, const NyxString& secret, unsigned expiry);
+    bool IsSessionSettled() const;   // after Process: the request used a session (SessionId)
+    NyxString GetSessionSecret() const;   // the settled session's secret, for the visitor's cookie
+    NyxString GetSessionProblem() const;  // why the session failed in this request; empty if it did not
+    bool HasSessionFailed() const;        // its lock could not be had in time, or its changes not stored
     void CreateOneVariable(const NyxString& name, const NyxString& value, QuinceContext::enum_VarListType list);
     void SetTranslationFile(const NyxString& path);
     GenSqlConnection* GetTranslationDb();
@@ -88,6 +98,7 @@ public:
     WalkBudget* Walks = nullptr;     // the top page's OwnWalks
     VexlPage* ParentPage = nullptr;  // set on child pages; temporary files go there
     std::function<unsigned()> DrawSessionNumber;  // the system's secure generator by default
+    bool SessionClaimed = false;                  // ClaimSession, not SetSessionId, chose the session
 
 private:
     void ProcessPrePostScripts(const NyxString& key);

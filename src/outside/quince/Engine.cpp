@@ -102,7 +102,6 @@ Engine::~Engine() {
     Globals.Clear();
     Page.Clear();
     Sessions.Clear();
-    CloseSessionStore();
     Natives.clear();
 }
 

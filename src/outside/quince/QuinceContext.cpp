@@ -83,6 +83,21 @@ void QuinceContext::SetSessionId(unsigned id) { EngineState->SetSessionId(id); }
 
 bool QuinceContext::DoesSessionExist(unsigned id) { return EngineState->DoesSessionExist(id); }
 
+void QuinceContext::ClaimSession(unsigned id, const NyxString& secret, unsigned expiry,
+                                 std::function<void(unsigned)> settled) {
+    EngineState->ClaimSession(id, secret.ToStd(), expiry, std::move(settled));
+}
+
+bool QuinceContext::IsSessionSettled() const { return EngineState->SessionIdSet; }
+
+NyxString QuinceContext::GetSessionSecret() const {
+    return NyxString(std::string_view(EngineState->GetSessionSecret()));
+}
+
+NyxString QuinceContext::GetSessionProblem() const { return EngineState->GetSessionProblem(); }
+
+bool QuinceContext::HasSessionFailed() const { return EngineState->HasSessionFailed(); }
+
 void QuinceContext::ExpireOldSessions(unsigned age) { EngineState->ExpireSessions(age); }
 
 bool QuinceContext::LoadFunctionModule(const NyxString& name, const NyxString& path, void** handle) {

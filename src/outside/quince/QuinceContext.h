@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 
 #include "outside/quince/FunctionModule.h"
 #include "outside/quince/ProcedureList.h"
@@ -65,6 +66,17 @@ public:
     void SetSessionId(unsigned id);
     bool DoesSessionExist(unsigned id);
     void ExpireOldSessions(unsigned age);  // removes sessions idle longer than `age` seconds
+    // For web front ends: the session that the visitor's cookies name (0 and
+    // "" for none), settled when a script first binds a session variable:
+    // resumed if the store holds it with that secret and it has been idle
+    // less than `expiry` seconds, else a new one with a number and secret of
+    // its own. `settled` hears the number. A request that binds none opens
+    // no store.
+    void ClaimSession(unsigned id, const NyxString& secret, unsigned expiry, std::function<void(unsigned)> settled);
+    bool IsSessionSettled() const;
+    NyxString GetSessionSecret() const;   // the settled session's secret
+    NyxString GetSessionProblem() const;  // why sessions failed in this request; empty if they did not
+    bool HasSessionFailed() const;        // its lock could not be had, or its changes not stored
 
     // Native functions and modules.
     bool LoadFunctionModule(const NyxString& name, const NyxString& path, void** handle);

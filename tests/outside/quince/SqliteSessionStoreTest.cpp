@@ -1,6 +1,6 @@
 // Tests of SessionStore: round trips of every value type, upsert, Touch and
 // Expire, a store that cannot be opened, and several processes at once.
-#include "outside/quince/SessionStore.h"
+#include "outside/quince/SqliteSessionStore.h"
 
 #include <gtest/gtest.h>
 #include <sqlite3.h>
@@ -40,9 +40,9 @@ protected:
     }
 
     std::unique_ptr<Variable> RoundTrip(const Variable& variable, uint32_t id = 1) {
-        SessionStore store(NyxString(Path.c_str()));
+        SqliteSessionStore store(NyxString(Path.c_str()));
         store.Save(id, variable);
-        SessionStore other(NyxString(Path.c_str()));  // read through a second connection
+        SqliteSessionStore other(NyxString(Path.c_str()));  // read through a second connection
         return std::unique_ptr<Variable>(other.Load(id, const_cast<Variable&>(variable).GetVarName()));
     }
 
@@ -74,7 +74,7 @@ protected:
 };
 
 TEST_F(SessionStoreTest, OpensAndCreatesTheFolder) {
-    SessionStore store(NyxString(Path.c_str()));
+    SqliteSessionStore store(NyxString(Path.c_str()));
     EXPECT_TRUE(store.IsOpen());
     EXPECT_TRUE(std::filesystem::exists(Path));
     EXPECT_FALSE(store.Exists(1));
@@ -83,7 +83,7 @@ TEST_F(SessionStoreTest, OpensAndCreatesTheFolder) {
 TEST_F(SessionStoreTest, AStoreThatCannotOpenDoesNothing) {
     const std::string blocker = Folder + "/file";
     { std::FILE* f = std::fopen(blocker.c_str(), "w"); ASSERT_NE(f, nullptr); std::fclose(f); }
-    SessionStore store(NyxString((blocker + "/below/sessions.db").c_str()));  // a file stands where a folder must
+    SqliteSessionStore store(NyxString((blocker + "/below/sessions.db").c_str()));  // a file stands where a folder must
     EXPECT_FALSE(store.IsOpen());
     VarInteger n("n");
     store.Save(1, n);
@@ -91,12 +91,12 @@ TEST_F(SessionStoreTest, AStoreThatCannotOpenDoesNothing) {
     store.Expire(0);
     EXPECT_FALSE(store.Exists(1));
     EXPECT_EQ(store.Load(1, "n"), nullptr);
-    SessionStore empty(NyxString(""));
+    SqliteSessionStore empty(NyxString(""));
     EXPECT_FALSE(empty.IsOpen());
 }
 
 TEST_F(SessionStoreTest, SaveCreatesTheSessionAndLoadGivesANewVariable) {
-    SessionStore store(NyxString(Path.c_str()));
+    SqliteSessionStore store(NyxString(Path.c_str()));
     VarInteger n("count");
     n.SetIntegerValue(-42);
     store.Save(7, n);
@@ -179,7 +179,7 @@ TEST_F(SessionStoreTest, ArraysRoundTripWithTheirTypeAndNesting) {
 }
 
 TEST_F(SessionStoreTest, SaveReplacesTheValueAndItsType) {
-    SessionStore store(NyxString(Path.c_str()));
+    SqliteSessionStore store(NyxString(Path.c_str()));
     VarInteger n("x");
     n.SetIntegerValue(1);
     store.Save(3, n);
@@ -194,7 +194,7 @@ TEST_F(SessionStoreTest, SaveReplacesTheValueAndItsType) {
 }
 
 TEST_F(SessionStoreTest, SessionsKeepTheirVariablesApart) {
-    SessionStore store(NyxString(Path.c_str()));
+    SqliteSessionStore store(NyxString(Path.c_str()));
     VarInteger n("n");
     n.SetIntegerValue(1);
     store.Save(1, n);
@@ -205,13 +205,13 @@ TEST_F(SessionStoreTest, SessionsKeepTheirVariablesApart) {
 }
 
 TEST_F(SessionStoreTest, TouchCreatesTheSession) {
-    SessionStore store(NyxString(Path.c_str()));
+    SqliteSessionStore store(NyxString(Path.c_str()));
     store.Touch(12);
     EXPECT_TRUE(store.Exists(12));
 }
 
 TEST_F(SessionStoreTest, ExpireDeletesIdleSessionsWithTheirVariables) {
-    SessionStore store(NyxString(Path.c_str()));
+    SqliteSessionStore store(NyxString(Path.c_str()));
     VarInteger n("n");
     store.Save(1, n);
     store.Save(2, n);
@@ -227,7 +227,7 @@ TEST_F(SessionStoreTest, ExpireDeletesIdleSessionsWithTheirVariables) {
 }
 
 TEST_F(SessionStoreTest, TouchKeepsASessionFromExpiring) {
-    SessionStore store(NyxString(Path.c_str()));
+    SqliteSessionStore store(NyxString(Path.c_str()));
     VarInteger n("n");
     store.Save(5, n);
     AgeSession(5, 1000);
@@ -240,7 +240,7 @@ TEST_F(SessionStoreTest, AReferenceIsStoredAsItsOrigin) {
     VarString origin("greeting");
     origin.SetStringValue(NyxString("hi"));
     Variable* reference = origin.Duplicate();
-    SessionStore store(NyxString(Path.c_str()));
+    SqliteSessionStore store(NyxString(Path.c_str()));
     store.Save(1, *reference);
     Variable::Delete(reference);
     std::unique_ptr<Variable> loaded(store.Load(1, "greeting"));
@@ -251,7 +251,7 @@ TEST_F(SessionStoreTest, AReferenceIsStoredAsItsOrigin) {
 
 TEST_F(SessionStoreTest, ACorruptValueLoadsAsNothing) {
     {
-        SessionStore store(NyxString(Path.c_str()));
+        SqliteSessionStore store(NyxString(Path.c_str()));
         VarIntegerArray a("a");
         a.SetArraySize(2);
         store.Save(1, a);
@@ -261,20 +261,20 @@ TEST_F(SessionStoreTest, ACorruptValueLoadsAsNothing) {
     EXPECT_EQ(sqlite3_exec(db, "UPDATE session_variables SET value = 'int:99:1'", nullptr, nullptr, nullptr),
               SQLITE_OK);
     sqlite3_close(db);
-    SessionStore store(NyxString(Path.c_str()));
+    SqliteSessionStore store(NyxString(Path.c_str()));
     EXPECT_EQ(store.Load(1, "a"), nullptr);
 }
 
 TEST_F(SessionStoreTest, SeveralProcessesWriteAtOnce) {
     constexpr int kProcesses = 4;
     constexpr int kVariablesEach = 40;
-    { SessionStore create(NyxString(Path.c_str())); }
+    { SqliteSessionStore create(NyxString(Path.c_str())); }
     pid_t children[kProcesses];
     for (int p = 0; p < kProcesses; ++p) {
         children[p] = fork();
         ASSERT_GE(children[p], 0);
         if (children[p] == 0) {
-            SessionStore store(NyxString(Path.c_str()));
+            SqliteSessionStore store(NyxString(Path.c_str()));
             for (int i = 0; i < kVariablesEach; ++i) {
                 VarInteger n(NyxString(("v" + std::to_string(i)).c_str()));
                 n.SetIntegerValue(p * 1000 + i);
@@ -289,7 +289,7 @@ TEST_F(SessionStoreTest, SeveralProcessesWriteAtOnce) {
         ASSERT_EQ(waitpid(child, &status, 0), child);
         EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
     }
-    SessionStore store(NyxString(Path.c_str()));
+    SqliteSessionStore store(NyxString(Path.c_str()));
     for (int p = 0; p < kProcesses; ++p) {
         for (int i = 0; i < kVariablesEach; ++i) {
             std::unique_ptr<Variable> v(store.Load(static_cast<uint32_t>(p + 1), ("v" + std::to_string(i)).c_str()));
