@@ -12,6 +12,7 @@ Only the Python standard library is used.
 
 import argparse
 import base64
+import concurrent.futures
 import http.cookiejar
 import json
 import os
@@ -151,6 +152,40 @@ def check_http(base, label):
         status = "connection closed"
     expect(status == 413, f"{label}: a body over the limit answered {status}, not 413")
     print(f"ok   {label}: HTTP checks (pages, 403/404/413, session counter {counts}, form, links, upload, translation)")
+
+
+SESSION_INCREMENTS = 100
+SESSION_PARALLEL = 8
+
+
+def check_session_concurrency(base, label):
+    """100 increments of one session's counter, 8 requests at a time: the
+    session's lock serialises them, so every count from 1 to 100 is seen once.
+    A made-up number with another session's secret reaches nothing."""
+    client = Client(base)
+    first = visits_of(client.get("counter.vxl")[2])
+    expect(first == 1, f"{label}: a new session's counter began at {first}")
+    cookies = {cookie.name: cookie.value for cookie in client.jar}
+    header = {"Cookie": "; ".join(f"{name}={value}" for name, value in cookies.items())}
+
+    def one_increment(_):
+        request = urllib.request.Request(urllib.parse.urljoin(base, "counter.vxl"), headers=header)
+        with urllib.request.urlopen(request, timeout=TIMEOUT_SECONDS) as response:
+            return visits_of(response.read().decode("utf-8", "replace"))
+
+    with concurrent.futures.ThreadPoolExecutor(SESSION_PARALLEL) as pool:
+        counts = sorted(pool.map(one_increment, range(SESSION_INCREMENTS - 1)))
+    expect(counts == list(range(2, SESSION_INCREMENTS + 1)),
+           f"{label}: {SESSION_INCREMENTS} increments, {SESSION_PARALLEL} at a time, lost or repeated some: "
+           f"{sorted(set(range(2, SESSION_INCREMENTS + 1)) - set(counts))[:10]} missing")
+
+    stranger = {"Cookie": f"http_session_id=4242; http_session_secret={cookies['http_session_secret']}"}
+    request = urllib.request.Request(urllib.parse.urljoin(base, "counter.vxl"), headers=stranger)
+    with urllib.request.urlopen(request, timeout=TIMEOUT_SECONDS) as response:
+        count = visits_of(response.read().decode("utf-8", "replace"))
+    expect(count == 1, f"{label}: a made-up number reached a session with {count} visits")
+    print(f"ok   {label}: {SESSION_INCREMENTS} increments of one session, {SESSION_PARALLEL} at a time, "
+          f"ended at {counts[-1]}; a made-up number started afresh")
 
 
 # --- Browser layer: WebDriver over plain HTTP ----------------------------------
@@ -301,6 +336,7 @@ def main():
     for label, base in sites:
         try:
             check_http(base, label)
+            check_session_concurrency(base, label)
         except CheckFailed as failure:
             failures += 1
             print(f"FAIL {label}: {failure}")

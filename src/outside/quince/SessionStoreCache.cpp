@@ -20,7 +20,7 @@ constexpr std::size_t kMaxKeptStores = 4;
 struct KeptStore {
     std::string Path;       // absolute, so that a change of folder does not confuse it
     FileIdentity Identity;  // of the file when it was opened
-    std::unique_ptr<SessionStore> Store;
+    std::unique_ptr<SqliteSessionStore> Store;
     uint64_t LastUse = 0;
 };
 
@@ -64,6 +64,7 @@ SessionStore* UseSessionStore(const NyxString& location, std::string& problem) {
             return kept.Store.get();
         }
         // Replaced or removed since: this connection would write into the old file.
+        kept.Store->AbandonReplacedFile();
         stores.Kept.erase(stores.Kept.begin() + static_cast<std::ptrdiff_t>(i));
         break;
     }

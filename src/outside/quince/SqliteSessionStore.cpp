@@ -99,11 +99,6 @@ bool SqliteSessionStore::Open(const NyxString& databasePath) {
     // lose the last requests' session changes but never damages the store,
     // and a request no longer waits on the disk for every commit.
     sqlite3_exec(Database, "PRAGMA synchronous=NORMAL", nullptr, nullptr, nullptr);
-    // A CGI process opens the store for one request: its close should neither
-    // checkpoint (a sync) nor delete the log that the next process makes again.
-    sqlite3_db_config(Database, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
-    int persist = 1;
-    sqlite3_file_control(Database, "main", SQLITE_FCNTL_PERSIST_WAL, &persist);
     if (!PrepareStatements()) {
         // A new file, or one made before secrets: make the schema, then try again.
         for (sqlite3_stmt*& statement : Statements) {
@@ -133,6 +128,12 @@ bool SqliteSessionStore::PrepareStatements() {
             return false;
     }
     return true;
+}
+
+void SqliteSessionStore::AbandonReplacedFile() {
+    // The log beside the path may by now be the new file's: a checkpoint or a
+    // removal of it by this connection would damage that file.
+    if (Database != nullptr) sqlite3_db_config(Database, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
 }
 
 void SqliteSessionStore::Close() {

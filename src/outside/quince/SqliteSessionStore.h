@@ -34,6 +34,10 @@ public:
     bool Lock(uint32_t id, unsigned timeoutMilliseconds) override;
     void Unlock(uint32_t id) override;
 
+    // Before the store is let go because another file took its path: close
+    // without touching the write-ahead log that the path now names.
+    void AbandonReplacedFile();
+
     // How long a statement waits for another process's hold on the file.
     static constexpr int kBusyTimeoutMilliseconds = 5000;
 
