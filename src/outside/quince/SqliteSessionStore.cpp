@@ -99,6 +99,12 @@ bool SqliteSessionStore::Open(const NyxString& databasePath) {
     // lose the last requests' session changes but never damages the store,
     // and a request no longer waits on the disk for every commit.
     sqlite3_exec(Database, "PRAGMA synchronous=NORMAL", nullptr, nullptr, nullptr);
+    // A CGI process opens the store for one request: its close should not
+    // checkpoint (four syncs) and delete the log that the next one makes
+    // again. The log is checkpointed as it grows, by whichever request
+    // passes its limit; until then it is part of the store (see
+    // docs/session-store.md on copying and replacing the file).
+    sqlite3_db_config(Database, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
     if (!PrepareStatements()) {
         // A new file, or one made before secrets: make the schema, then try again.
         for (sqlite3_stmt*& statement : Statements) {
@@ -132,7 +138,9 @@ bool SqliteSessionStore::PrepareStatements() {
 
 void SqliteSessionStore::AbandonReplacedFile() {
     // The log beside the path may by now be the new file's: a checkpoint or a
-    // removal of it by this connection would damage that file.
+    // removal of it by this connection would damage that file. Closing never
+    // checkpoints (see Open), so there is nothing more to do; the function
+    // keeps that promise in one place should Open ever change.
     if (Database != nullptr) sqlite3_db_config(Database, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
 }
 
