@@ -403,6 +403,71 @@ TEST_F(PageRequestSessionTest, AnEmptySessionStoreTurnsSessionsOff)
     EXPECT_EQ(FindHeader(first.Response, "Set-Cookie"), "(absent)");
 }
 
+// Runs with HOME and XDG_STATE_HOME as given ("" unsets), then puts them back.
+class StateEnvironment {
+public:
+    StateEnvironment(const std::string& home, const std::string& state)
+    {
+        Save("HOME", home);
+        Save("XDG_STATE_HOME", state);
+    }
+    ~StateEnvironment()
+    {
+        for (const auto& [name, value] : Saved) {
+            if (value.first)
+                setenv(name.c_str(), value.second.c_str(), 1);
+            else
+                unsetenv(name.c_str());
+        }
+    }
+
+private:
+    void Save(const std::string& name, const std::string& value)
+    {
+        const char* old = std::getenv(name.c_str());
+        Saved.emplace_back(name, std::make_pair(old != nullptr, old != nullptr ? std::string(old) : std::string()));
+        if (value.empty())
+            unsetenv(name.c_str());
+        else
+            setenv(name.c_str(), value.c_str(), 1);
+    }
+    std::vector<std::pair<std::string, std::pair<bool, std::string>>> Saved;
+};
+
+TEST_F(PageRequestSessionTest, WithoutAHomeThereIsNoDefaultStore)
+{
+    Write(Base + "/test.ini", "[QuinceConfig]\n");
+    const std::string scratch = Base + "/tmp";
+    ASSERT_EQ(mkdir(scratch.c_str(), 0700), 0);
+    StateEnvironment noHome("", "");
+    setenv("TMPDIR", scratch.c_str(), 1);
+    Visit visit = Request("");
+    unsetenv("TMPDIR");
+    EXPECT_EQ(visit.Response.Status, 200);
+    EXPECT_EQ(visit.Response.Body, "visits 1 in 0");
+    EXPECT_EQ(FindHeader(visit.Response, "Set-Cookie"), "(absent)");
+    EXPECT_NE(access((scratch + "/vexl-state").c_str(), F_OK), 0) << "the shared temporary folder was used";
+}
+
+TEST_F(PageRequestSessionTest, AStateFolderOthersMayWriteIsRefused)
+{
+    Write(Base + "/test.ini", "[QuinceConfig]\n");
+    const std::string state = Base + "/state";
+    ASSERT_EQ(mkdir(state.c_str(), 0700), 0);
+    ASSERT_EQ(mkdir((state + "/vexl").c_str(), 0700), 0);
+    ASSERT_EQ(chmod((state + "/vexl").c_str(), 0777), 0);  // prepared by someone else to read the sessions
+    StateEnvironment prepared(Base, state);
+    Visit visit = Request("");
+    EXPECT_EQ(visit.Response.Body, "visits 1 in 0");
+    EXPECT_EQ(FindHeader(visit.Response, "Set-Cookie"), "(absent)");
+    EXPECT_NE(access((state + "/vexl/sessions.db").c_str(), F_OK), 0);
+
+    ASSERT_EQ(chmod((state + "/vexl").c_str(), 0700), 0);  // the owner's own: used
+    Visit owned = Request("");
+    EXPECT_FALSE(owned.Id.empty());
+    EXPECT_EQ(access((state + "/vexl/sessions.db").c_str(), F_OK), 0);
+}
+
 TEST_F(PageRequestTest, PageHeadersBecomeResponseHeaders)
 {
     Write(Site + "/headers.vxl",
