@@ -395,6 +395,22 @@ TEST_F(PageRequestSessionTest, ABusySessionEndsTheRequestWithAMessage)
     EXPECT_EQ(Request(Cookies(first)).Response.Body, "visits 2 in " + std::to_string(Signed(first.Id)));
 }
 
+TEST_F(PageRequestSessionTest, AStoreLockedPastTheWaitEndsTheRequestWithAMessage)
+{
+    Visit first = Request("");
+    Write(Base + "/test.ini", "[QuinceConfig]\nSessionStore = " + Base + "/sessions.db\nSessionLockSeconds = 1\n");
+    sqlite3* writer = nullptr;  // another program holding the store's write lock
+    ASSERT_EQ(sqlite3_open((Base + "/sessions.db").c_str(), &writer), SQLITE_OK);
+    ASSERT_EQ(sqlite3_exec(writer, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr), SQLITE_OK);
+    Visit blocked = Request(Cookies(first));
+    EXPECT_EQ(blocked.Response.Status, 503);
+    EXPECT_NE(blocked.Response.Body.find("could not be stored"), std::string::npos) << blocked.Response.Body;
+    sqlite3_exec(writer, "ROLLBACK", nullptr, nullptr, nullptr);
+    sqlite3_close(writer);
+    // The failed request changed nothing; the next one goes on from 1.
+    EXPECT_EQ(Request(Cookies(first)).Response.Body, "visits 2 in " + std::to_string(Signed(first.Id)));
+}
+
 TEST_F(PageRequestSessionTest, AnEmptySessionStoreTurnsSessionsOff)
 {
     Write(Base + "/test.ini", "[QuinceConfig]\nSessionStore =\n");

@@ -25,6 +25,9 @@ namespace {
 constexpr unsigned kDefaultSessionLockSeconds = 10;
 // The longest wait the configuration may ask for.
 constexpr unsigned kMaxSessionLockSeconds = 3600;
+// The store's own transactions are short; even with no wait for a session's
+// lock, a write waits this long for another one to end.
+constexpr unsigned kMinBusyMilliseconds = 1000;
 // Idle sessions are removed at most this often (and at least as often as
 // they expire); Resume refuses them in the meantime.
 constexpr unsigned kExpiryIntervalSeconds = 60;
@@ -95,7 +98,12 @@ SessionStore* Engine::GetSessionStore() {
     if (Store == nullptr) {
         SessionProblem = "sessions are not kept: ";
         SessionProblem += problem.c_str();
+        return nullptr;
     }
+    // The same patience for the store as for the session (the connection
+    // may have served a request with another configuration).
+    Store->SetBusyTimeout(SessionLockMilliseconds > kMinBusyMilliseconds ? SessionLockMilliseconds
+                                                                         : kMinBusyMilliseconds);
     return Store;
 }
 

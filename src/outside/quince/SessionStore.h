@@ -56,6 +56,9 @@ public:
     // be had. The lock ends with Unlock, or with the process.
     virtual bool Lock(uint32_t id, unsigned timeoutMilliseconds) = 0;
     virtual void Unlock(uint32_t id) = 0;
+    // How long a statement may wait for other connections' hold on the
+    // store before it fails (and the request is told).
+    virtual void SetBusyTimeout(unsigned milliseconds) = 0;
 
 protected:
     std::string OpenProblem;  // why IsOpen is false

@@ -167,6 +167,13 @@ bool SqliteSessionStore::Run(StatementId id) {
     return result == SQLITE_DONE;
 }
 
+bool SqliteSessionStore::Begin() {
+    // A connection lives across requests: one whose earlier transaction could
+    // neither commit nor roll back must not stay inside it for ever.
+    if (!sqlite3_get_autocommit(Database)) Run(RollbackTransaction);
+    return Run(BeginTransaction);
+}
+
 bool SqliteSessionStore::UpsertSessionRow(uint32_t id, int64_t now) {
     sqlite3_stmt* statement = Statement(UpsertSession);
     sqlite3_bind_int64(statement, 1, id);
@@ -231,7 +238,7 @@ Variable* SqliteSessionStore::Load(uint32_t id, const NyxString& name) {
 
 bool SqliteSessionStore::SaveAll(uint32_t id, Variable* const* variables, unsigned count) {
     if (!IsOpen()) return false;
-    if (!Run(BeginTransaction)) return false;
+    if (!Begin()) return false;
     bool saved = UpsertSessionRow(id, Now());
     std::string type;
     std::string value;
@@ -265,7 +272,7 @@ bool SqliteSessionStore::DeleteIdle(int64_t limit) {
 void SqliteSessionStore::Expire(uint32_t ageSeconds) {
     if (!IsOpen()) return;
     const int64_t limit = Now() - static_cast<int64_t>(ageSeconds);
-    if (!Run(BeginTransaction)) return;
+    if (!Begin()) return;
     if (!DeleteIdle(limit) || !Run(CommitTransaction)) Run(RollbackTransaction);
 }
 
@@ -277,7 +284,7 @@ void SqliteSessionStore::ExpireNowAndThen(uint32_t ageSeconds, uint32_t interval
     const int64_t last = sqlite3_step(statement) == SQLITE_ROW ? sqlite3_column_int64(statement, 0) : 0;
     sqlite3_reset(statement);
     if (now - last < static_cast<int64_t>(intervalSeconds) && last <= now) return;
-    if (!Run(BeginTransaction)) return;
+    if (!Begin()) return;
     sqlite3_bind_int64(Statement(UpsertLastExpiry), 1, now);
     const bool done = Run(UpsertLastExpiry) && DeleteIdle(now - static_cast<int64_t>(ageSeconds));
     if (!done || !Run(CommitTransaction)) Run(RollbackTransaction);
@@ -289,4 +296,8 @@ bool SqliteSessionStore::Lock(uint32_t id, unsigned timeoutMilliseconds) {
 
 void SqliteSessionStore::Unlock(uint32_t id) {
     if (IsOpen()) Locks->Unlock(id);
+}
+
+void SqliteSessionStore::SetBusyTimeout(unsigned milliseconds) {
+    if (IsOpen()) sqlite3_busy_timeout(Database, static_cast<int>(milliseconds));
 }

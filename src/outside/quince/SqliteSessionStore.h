@@ -33,12 +33,13 @@ public:
     void ExpireNowAndThen(uint32_t ageSeconds, uint32_t intervalSeconds) override;
     bool Lock(uint32_t id, unsigned timeoutMilliseconds) override;
     void Unlock(uint32_t id) override;
+    void SetBusyTimeout(unsigned milliseconds) override;
 
     // Before the store is let go because another file took its path: close
     // without touching the write-ahead log that the path now names.
     void AbandonReplacedFile();
 
-    // How long a statement waits for another process's hold on the file.
+    // How long a statement waits for another process's hold on the file, unless told otherwise.
     static constexpr int kBusyTimeoutMilliseconds = 5000;
 
 private:
@@ -65,6 +66,7 @@ private:
     // The prepared statement, reset and with its bindings cleared.
     sqlite3_stmt* Statement(StatementId id);
     bool Run(StatementId id);  // steps a statement that returns no rows
+    bool Begin();              // BEGIN IMMEDIATE, out of any transaction left open
     bool UpsertSessionRow(uint32_t id, int64_t now);
     bool DeleteIdle(int64_t limit);  // inside a transaction
 
