@@ -156,9 +156,11 @@ public:
     const NativeFunction* FindNative(std::string_view name) const;
     int RegisterFunction(const NyxString& name, QuinceNativeFunction function, unsigned minArguments,
                          unsigned maxArguments);
-    // Looks for the module in `folders` (";"-separated), or in QuinceConfig
-    // ModulePath, or beside the build, the installation and the program.
+    // Looks for the module in the folders of ModuleSearchPath(folders).
     bool LoadFunctionModule(const NyxString& name, const NyxString& folders, void** handle);
+    // The ';'-separated folders a module is looked for in: `folders` when not
+    // empty, else ModulePath of the configuration, else the default places.
+    NyxString ModuleSearchPath(const NyxString& folders, bool* usual = nullptr);
 
     // --- Compiling and running (EngineRun.cpp)
     // Compiles a script text; procedures join the context, top-level

@@ -100,6 +100,10 @@ bool QuinceContext::HasSessionFailed() const { return EngineState->HasSessionFai
 
 void QuinceContext::ExpireOldSessions(unsigned age) { EngineState->ExpireSessions(age); }
 
+NyxString QuinceContext::GetModuleSearchPath(const NyxString& path, bool* usual) {
+    return EngineState->ModuleSearchPath(path, usual);
+}
+
 bool QuinceContext::LoadFunctionModule(const NyxString& name, const NyxString& path, void** handle) {
     return EngineState->LoadFunctionModule(name, path, handle);
 }

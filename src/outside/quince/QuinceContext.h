@@ -80,6 +80,10 @@ public:
 
     // Native functions and modules.
     bool LoadFunctionModule(const NyxString& name, const NyxString& path, void** handle);
+    // The ';'-separated folders LoadFunctionModule looks in for this `path`;
+    // `usual` (may be null) tells whether they are the default places, found
+    // from where the library and the program are.
+    NyxString GetModuleSearchPath(const NyxString& path, bool* usual = nullptr);
     // Makes `function` callable from Quince as `name`; calls are checked to
     // pass between minArguments and maxArguments. Non-zero on success.
     int RegisterFunction(const NyxString& name, QuinceNativeFunction function, unsigned minArguments,
