@@ -15,6 +15,7 @@
 #include "values/Variable.h"
 
 class GenSqlConnection;
+class TranslationSource;
 struct FunctionModuleCall;
 
 // Entry point of the html.qnc module: the page's objects as a script value.
@@ -91,7 +92,8 @@ public:
     bool IsChildPage = false;
     HtmlFileToVariableFunction HtmlFileToVariableFn = nullptr;
     NyxString TranslationFile;
-    GenSqlConnection* TranslationDb = nullptr;  // owned
+    GenSqlConnection* TranslationDb = nullptr;  // TranslationSourceInUse's connection, or null
+    TranslationSource* TranslationSourceInUse = nullptr;  // acquired by GetTranslationDb, released when dropped
 
     // Beyond the request's own fields: the nesting of walks in progress, shared
     // with child pages, and the source of new session numbers.
