@@ -9,6 +9,7 @@
 
 #include "page/VexlPage.h"
 #include "tags/BlockScan.h"
+#include "tags/TagTraits.h"
 #include "tags/VexlParse.h"
 #include "values/HtmlTagIds.h"
 
@@ -39,13 +40,12 @@ LoopPlan::LoopPlan(const VexlParse& walker, int first)
       Limit(walker.Page->Walks->Limit) {
     // A walk of the body starts one level down, and says so when that is too deep.
     const VexlPage& page = *walker.Page;
-    if (!page.TagDefs.IsEmpty() || page.TranslationEnabled || FirstLevel > Limit + 1) return;
+    if (!page.WritesObjectsAsWritten() || FirstLevel > Limit + 1) return;
     Made = PlanWalk(first, TagId::Loop, 1, FirstLevel) != -1;
 }
 
 bool LoopPlan::Fits(const VexlPage& page) const {
-    return Made && page.Walks->Depth + 1 == FirstLevel && page.Walks->Limit == Limit && page.TagDefs.IsEmpty() &&
-           !page.TranslationEnabled;
+    return Made && page.Walks->Depth + 1 == FirstLevel && page.Walks->Limit == Limit && page.WritesObjectsAsWritten();
 }
 
 void LoopPlan::Run(VexlParse& walker) {
@@ -92,25 +92,27 @@ void LoopPlan::Run(VexlParse& walker) {
 int LoopPlan::PlanWalk(int index, int stopId, int stopEnd, int level) {
     for (HtmlObject* entry = List->GetEntry(index); entry != nullptr; entry = List->GetEntry(++index)) {
         if (entry->GetTagId() == stopId && entry->IsEndTag() == stopEnd) return index;
-        switch (entry->GetTagId()) {
-        case TagId::If:
+        const TagTraits traits = GetTagTraits(entry->GetTagId());
+        if (!traits.Planned) return -1;
+        switch (traits.Handling) {
+        case TagHandling::If:
             if (!PlanIf(index, level)) return -1;
             break;
-        case TagId::SetVar:
+        case TagHandling::SetVar:
             Ops.push_back({Kind::SetVar, static_cast<uint32_t>(index), 0});
             break;
-        case TagId::SetHeader:
+        case TagHandling::SetHeader:
             Ops.push_back({Kind::SetHeader, static_cast<uint32_t>(index), 0});
             break;
-        case TagId::A: case TagId::Form: case TagId::Frame: case TagId::Script: case TagId::Include:
-        case TagId::Loop: case TagId::DefTag: case TagId::Translation:
-            return -1;
-        case TagId::Text:
-            AddText(entry->GetText().GetString(), entry->GetText().GetSize());
+        case TagHandling::Written:
+            if (entry->GetTagId() == TagId::Text) {
+                AddText(entry->GetText().GetString(), entry->GetText().GetSize());
+            } else {
+                PlanTag(*entry);
+            }
             break;
         default:
-            PlanTag(*entry);
-            break;
+            return -1;  // a handler with no kind of its own in the plan
         }
     }
     return static_cast<int>(List->GetCount());
