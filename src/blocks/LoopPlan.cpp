@@ -10,6 +10,7 @@
 #include "page/TranslationSource.h"
 #include "page/VexlPage.h"
 #include "tags/BlockScan.h"
+#include "tags/TagTraits.h"
 #include "tags/VexlParse.h"
 #include "values/HtmlTagIds.h"
 
@@ -101,29 +102,29 @@ void LoopPlan::Run(VexlParse& walker) {
 int LoopPlan::PlanWalk(int index, int stopId, int stopEnd, int level) {
     for (HtmlObject* entry = List->GetEntry(index); entry != nullptr; entry = List->GetEntry(++index)) {
         if (entry->GetTagId() == stopId && entry->IsEndTag() == stopEnd) return index;
-        switch (entry->GetTagId()) {
-        case TagId::If:
+        const TagTraits traits = GetTagTraits(entry->GetTagId());
+        if (!traits.Planned) return -1;
+        switch (traits.Handling) {
+        case TagHandling::If:
             if (!PlanIf(index, level)) return -1;
             break;
-        case TagId::SetVar:
+        case TagHandling::SetVar:
             Ops.push_back({Kind::SetVar, static_cast<uint32_t>(index), 0});
             break;
-        case TagId::SetHeader:
+        case TagHandling::SetHeader:
             Ops.push_back({Kind::SetHeader, static_cast<uint32_t>(index), 0});
             break;
-        case TagId::A: case TagId::Form: case TagId::Frame: case TagId::Script: case TagId::Include:
-        case TagId::Loop: case TagId::DefTag: case TagId::Translation:
-            return -1;
-        case TagId::Text:
-            if (Translating) {
+        case TagHandling::Written:
+            if (entry->GetTagId() != TagId::Text) {
+                PlanTag(*entry);
+            } else if (Translating) {
                 AddPiece({index, 0, 0});
             } else {
                 AddText(entry->GetText().GetString(), entry->GetText().GetSize());
             }
             break;
         default:
-            PlanTag(*entry);
-            break;
+            return -1;  // a handler with no kind of its own in the plan
         }
     }
     return static_cast<int>(List->GetCount());

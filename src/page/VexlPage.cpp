@@ -87,9 +87,8 @@ void VexlPage::SetIniPath(const NyxString& path) {
 // Reads the page's own bounds from section "QuinceConfig"; a missing or
 // unusable value keeps the default.
 void VexlPage::ReadLimits() {
-    IniFile ini(IniPath);
     NyxString value;
-    ini.GetEntryValue("QuinceConfig", kMaxWalkDepthKey, value, "");
+    Context->GetConfig().GetEntryValue("QuinceConfig", kMaxWalkDepthKey, value, "");
     if (value.IsEmpty()) return;
     char* end = nullptr;
     const long limit = std::strtol(value.GetString(), &end, 10);

@@ -85,6 +85,9 @@ public:
     NyxString* Output = nullptr;               // not owned while OutputIsExternal
     NyxString IniPath;
     bool TranslationEnabled = false;
+    // No user tag is defined and texts are not translated: every object
+    // without a handler is written as the page has it.
+    bool WritesObjectsAsWritten() const { return TagDefs.IsEmpty() && !TranslationEnabled; }
     NyxString TranslationTable;
     NyxString TranslationKeyColumn;
     NyxString TranslationValueColumn;

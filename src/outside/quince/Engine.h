@@ -12,6 +12,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "outside/foundation/IniFile.h"
 #include "outside/quince/FunctionModule.h"
 #include "outside/quince/Limits.h"
 #include "outside/quince/Procedure.h"
@@ -113,6 +114,8 @@ public:
     // --- Configuration (Engine.cpp)
     NyxString IniDir;
     NyxString IniPath;
+    std::shared_ptr<const IniFile> Config;  // the file at IniPath, read once; none without a path
+    const IniFile& GetConfig() const;
     const Limits& GetLimits() { return LimitsRead ? CurrentLimits : ReadLimits(); }
     NyxString ReadConfig(const char* key);  // section QuinceConfig; empty if absent
     void ForgetConfig() { LimitsRead = false; }

@@ -10,6 +10,7 @@
 #include "outside/quince/ProcedureList.h"
 #include "values/NyxString.h"
 
+class IniFile;
 class XmlProxyClient;
 class Stack;
 class Variable;
@@ -26,9 +27,12 @@ public:
 
     // Configuration: the folder and the path of the site's configuration file.
     // The engine reads its keys from section "QuinceConfig" of GetIniPath()'s file.
+    // SetIniPath reads the file (or takes it as last read, if unchanged) once;
+    // GetConfig gives it to everyone who reads configuration for this context.
     void SetIniDir(const NyxString& dir);
     void SetIniPath(const NyxString& path);
     NyxString GetIniPath() const;
+    const IniFile& GetConfig() const;
     NyxString GetExePath() const;
 
     // Output: with a target set, print appends straight to it; without one,
