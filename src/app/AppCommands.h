@@ -9,6 +9,8 @@ int RunRenderCommand(int argc, char** argv);
 int RunCgiCommand(int argc, char** argv);
 int RunFastCgiCommand(int argc, char** argv);
 int RunServeCommand(int argc, char** argv);
+int RunCheckCommand(int argc, char** argv);
+int RunVersionCommand();
 
 // Writes "vexl: <message>" and a hint to --help on stderr; returns kUsageExitStatus.
 int ReportUsageError(const char* command, const char* message);

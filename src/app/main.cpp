@@ -18,6 +18,7 @@ const char kProgramHelp[] =
     "  cgi                     answer one CGI/1.1 request (run by a web server)\n"
     "  fcgi                    answer FastCGI requests in one long-lived process\n"
     "  serve --root DIR        a development web server on 127.0.0.1\n"
+    "  check PATH...           read pages without running them and report mistakes\n"
     "\n"
     "Options of render:\n"
     "  --ini FILE              configuration file of the site\n"
@@ -28,7 +29,8 @@ const char kProgramHelp[] =
     "  --translations DBFILE   translation database (SQLite file)\n"
     "  --headers               write the response headers, an empty line, then the body\n"
     "\n"
-    "Run 'vexl COMMAND --help' for the options of each command.\n";
+    "Run 'vexl COMMAND --help' for the options of each command;\n"
+    "'vexl --version' (or -V) prints the version and what this build has.\n";
 
 }  // namespace
 
@@ -53,6 +55,10 @@ int main(int argc, char** argv)
         std::fputs(kProgramHelp, stdout);
         return 0;
     }
+    if (std::strcmp(command, "--version") == 0 || std::strcmp(command, "-V") == 0)
+        return RunVersionCommand();
+    if (std::strcmp(command, "check") == 0)
+        return RunCheckCommand(argc - 2, argv + 2);
     if (std::strcmp(command, "render") == 0)
         return RunRenderCommand(argc - 2, argv + 2);
     if (std::strcmp(command, "cgi") == 0)

@@ -1,5 +1,8 @@
 // VexlPage and the html module: user-defined tags get the page's objects as
 // a script value made by the module's entry point HtmlFileToVariable.
+#include <atomic>
+#include <cstdio>
+
 #include "outside/foundation/Modules.h"
 #include "outside/quince/FunctionModule.h"
 #include "page/VexlPage.h"
@@ -7,7 +10,19 @@
 bool VexlPage::LoadHtmlModule() {
     void* handle = nullptr;
     Context->LoadFunctionModule("html.qnc", NyxString(), &handle);
-    if (handle == nullptr) return false;
+    if (handle == nullptr) {
+        // The page gets its fixed message. When no ModulePath sent the search
+        // elsewhere, the installation is broken: whoever runs the server
+        // learns from its error log, once, which file is missing and where it
+        // was sought.
+        static std::atomic<bool> told{false};
+        bool usual = false;
+        const NyxString folders = Context->GetModuleSearchPath(NyxString(), &usual);
+        if (!usual || told.exchange(true)) return false;
+        std::fprintf(stderr, "vexl: module html.qnc not found or not loadable; looked in: %s\n",
+                     folders.GetString());
+        return false;
+    }
     HtmlFileToVariableFn = reinterpret_cast<HtmlFileToVariableFunction>(ModuleSymbol(handle, "HtmlFileToVariable"));
     return HtmlFileToVariableFn != nullptr;
 }

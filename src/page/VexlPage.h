@@ -15,6 +15,7 @@
 #include "values/Variable.h"
 
 class GenSqlConnection;
+class TranslationSource;
 struct FunctionModuleCall;
 
 // Entry point of the html.qnc module: the page's objects as a script value.
@@ -84,6 +85,9 @@ public:
     NyxString* Output = nullptr;               // not owned while OutputIsExternal
     NyxString IniPath;
     bool TranslationEnabled = false;
+    // No user tag is defined and texts are not translated: every object
+    // without a handler is written as the page has it.
+    bool WritesObjectsAsWritten() const { return TagDefs.IsEmpty() && !TranslationEnabled; }
     NyxString TranslationTable;
     NyxString TranslationKeyColumn;
     NyxString TranslationValueColumn;
@@ -91,7 +95,8 @@ public:
     bool IsChildPage = false;
     HtmlFileToVariableFunction HtmlFileToVariableFn = nullptr;
     NyxString TranslationFile;
-    GenSqlConnection* TranslationDb = nullptr;  // owned
+    GenSqlConnection* TranslationDb = nullptr;  // TranslationSourceInUse's connection, or null
+    TranslationSource* TranslationSourceInUse = nullptr;  // acquired by GetTranslationDb, released when dropped
 
     // Beyond the request's own fields: the nesting of walks in progress, shared
     // with child pages, and the source of new session numbers.

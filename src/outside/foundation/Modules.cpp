@@ -21,3 +21,15 @@ void* ModuleSymbol(void* handle, const char* name) {
 void ModuleClose(void* handle) {
     if (handle != nullptr) dlclose(handle);
 }
+
+NyxString GetLibraryFolder() {
+    static const NyxString folder = [] {
+        Dl_info info{};
+        if (dladdr(reinterpret_cast<void*>(&GetLibraryFolder), &info) == 0 || info.dli_fname == nullptr)
+            return NyxString();
+        const NyxString file(info.dli_fname);
+        const unsigned slash = file.FindLast("/");
+        return slash == NyxString::kAll ? NyxString() : file.GetSubstring(0, slash);
+    }();
+    return folder;
+}

@@ -12,3 +12,7 @@ void* ModuleSymbol(void* handle, const char* name);
 
 // Unloads the module; null is accepted quietly.
 void ModuleClose(void* handle);
+
+// The folder of the shared object this code was loaded from (the library
+// itself), without a trailing "/"; "" if unknown.
+NyxString GetLibraryFolder();

@@ -107,11 +107,14 @@ Engine::~Engine() {
 
 // --- Configuration -----------------------------------------------------------------------
 
+const IniFile& Engine::GetConfig() const {
+    static const IniFile kNone{NyxString()};
+    return Config != nullptr ? *Config : kNone;
+}
+
 NyxString Engine::ReadConfig(const char* key) {
     NyxString value;
-    if (IniPath.IsEmpty()) return value;
-    IniFile file(IniPath);
-    file.GetEntryValue("QuinceConfig", key, value, NyxString());
+    GetConfig().GetEntryValue("QuinceConfig", key, value, NyxString());
     return value;
 }
 
@@ -140,7 +143,7 @@ const Limits& Engine::ReadLimits() {
     LimitsRead = true;
     CurrentLimits = Limits();
     if (IniPath.IsNotEmpty()) {
-        IniFile file(IniPath);
+        const IniFile& file = GetConfig();
         auto read = [&file](const char* key, uint64_t fallback) {
             NyxString value;
             file.GetEntryValue("QuinceConfig", key, value, NyxString());
@@ -250,21 +253,41 @@ int Engine::RegisterFunction(const NyxString& name, QuinceNativeFunction functio
     return 1;
 }
 
+NyxString Engine::ModuleSearchPath(const NyxString& folders, bool* usual) {
+    if (usual != nullptr) *usual = false;
+    if (!folders.IsEmpty()) return folders;
+    NyxString searchPath = ReadConfig("ModulePath");
+    if (!searchPath.IsEmpty()) return searchPath;
+    if (usual != nullptr) *usual = true;
+    // Found from where the library and the program are, so that an installed
+    // tree works under any prefix and wherever it is moved; the folders
+    // known when it was built come last.
+    const NyxString library = GetLibraryFolder();
+    if (!library.IsEmpty()) {
+        searchPath.Append(library);
+        searchPath.Append("/vexl;");
+        searchPath.Append(library);
+        searchPath.Append(";");
+    }
+    const NyxString program = GetExecutablePath();
+    const unsigned slash = program.FindLast("/");
+    if (slash != NyxString::kAll) {
+        const NyxString programFolder = program.GetSubstring(0, slash);
+        searchPath.Append(programFolder);
+        searchPath.Append("/" VEXL_MODULE_FROM_PROGRAM ";");
+        searchPath.Append(programFolder);
+        searchPath.Append(";");
+    }
+    searchPath.Append(VEXL_MODULE_INSTALL_DIR ";" VEXL_MODULE_BUILD_DIR);
+    return searchPath;
+}
+
 bool Engine::LoadFunctionModule(const NyxString& name, const NyxString& folders, void** handle) {
     if (handle != nullptr) *handle = nullptr;
     if (name.IsEmpty()) return false;
-    NyxString searchPath = folders;
-    if (searchPath.IsEmpty()) searchPath = ReadConfig("ModulePath");
-    if (searchPath.IsEmpty()) {
-        // Beside the build, where it was installed, beside the program.
-        searchPath = VEXL_MODULE_BUILD_DIR ";" VEXL_MODULE_INSTALL_DIR ";";
-        const NyxString program = GetExecutablePath();
-        const unsigned slash = program.FindLast("/");
-        if (slash != NyxString::kAll) searchPath.Append(program.GetSubstring(0, slash));
-    }
     // The search comes first, so that a configuration that names other
     // folders is obeyed even after the module was loaded from elsewhere.
-    const NyxString path = PathSearch(searchPath, name);
+    const NyxString path = PathSearch(ModuleSearchPath(folders), name);
     if (path.IsEmpty()) return false;
     auto loaded = LoadedModules.find(path.View());
     if (loaded != LoadedModules.end()) {

@@ -12,6 +12,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "outside/foundation/IniFile.h"
 #include "outside/quince/FunctionModule.h"
 #include "outside/quince/Limits.h"
 #include "outside/quince/Procedure.h"
@@ -113,6 +114,8 @@ public:
     // --- Configuration (Engine.cpp)
     NyxString IniDir;
     NyxString IniPath;
+    std::shared_ptr<const IniFile> Config;  // the file at IniPath, read once; none without a path
+    const IniFile& GetConfig() const;
     const Limits& GetLimits() { return LimitsRead ? CurrentLimits : ReadLimits(); }
     NyxString ReadConfig(const char* key);  // section QuinceConfig; empty if absent
     void ForgetConfig() { LimitsRead = false; }
@@ -156,9 +159,11 @@ public:
     const NativeFunction* FindNative(std::string_view name) const;
     int RegisterFunction(const NyxString& name, QuinceNativeFunction function, unsigned minArguments,
                          unsigned maxArguments);
-    // Looks for the module in `folders` (";"-separated), or in QuinceConfig
-    // ModulePath, or beside the build, the installation and the program.
+    // Looks for the module in the folders of ModuleSearchPath(folders).
     bool LoadFunctionModule(const NyxString& name, const NyxString& folders, void** handle);
+    // The ';'-separated folders a module is looked for in: `folders` when not
+    // empty, else ModulePath of the configuration, else the default places.
+    NyxString ModuleSearchPath(const NyxString& folders, bool* usual = nullptr);
 
     // --- Compiling and running (EngineRun.cpp)
     // Compiles a script text; procedures join the context, top-level

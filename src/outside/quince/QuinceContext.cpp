@@ -3,6 +3,7 @@
 #include "outside/quince/QuinceContext.h"
 
 #include "outside/foundation/Files.h"
+#include "outside/foundation/IniFile.h"
 #include "outside/foundation/Paths.h"
 #include "outside/quince/Engine.h"
 
@@ -18,10 +19,13 @@ void QuinceContext::SetIniDir(const NyxString& dir) { EngineState->IniDir = dir;
 
 void QuinceContext::SetIniPath(const NyxString& path) {
     EngineState->IniPath = path;
+    EngineState->Config = path.IsEmpty() ? nullptr : IniFile::Load(path);
     EngineState->ForgetConfig();
 }
 
 NyxString QuinceContext::GetIniPath() const { return EngineState->IniPath; }
+
+const IniFile& QuinceContext::GetConfig() const { return EngineState->GetConfig(); }
 
 NyxString QuinceContext::GetExePath() const { return GetExecutablePath(); }
 
@@ -99,6 +103,10 @@ NyxString QuinceContext::GetSessionProblem() const { return EngineState->GetSess
 bool QuinceContext::HasSessionFailed() const { return EngineState->HasSessionFailed(); }
 
 void QuinceContext::ExpireOldSessions(unsigned age) { EngineState->ExpireSessions(age); }
+
+NyxString QuinceContext::GetModuleSearchPath(const NyxString& path, bool* usual) {
+    return EngineState->ModuleSearchPath(path, usual);
+}
 
 bool QuinceContext::LoadFunctionModule(const NyxString& name, const NyxString& path, void** handle) {
     return EngineState->LoadFunctionModule(name, path, handle);

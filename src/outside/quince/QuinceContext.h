@@ -10,6 +10,7 @@
 #include "outside/quince/ProcedureList.h"
 #include "values/NyxString.h"
 
+class IniFile;
 class XmlProxyClient;
 class Stack;
 class Variable;
@@ -26,9 +27,12 @@ public:
 
     // Configuration: the folder and the path of the site's configuration file.
     // The engine reads its keys from section "QuinceConfig" of GetIniPath()'s file.
+    // SetIniPath reads the file (or takes it as last read, if unchanged) once;
+    // GetConfig gives it to everyone who reads configuration for this context.
     void SetIniDir(const NyxString& dir);
     void SetIniPath(const NyxString& path);
     NyxString GetIniPath() const;
+    const IniFile& GetConfig() const;
     NyxString GetExePath() const;
 
     // Output: with a target set, print appends straight to it; without one,
@@ -80,6 +84,10 @@ public:
 
     // Native functions and modules.
     bool LoadFunctionModule(const NyxString& name, const NyxString& path, void** handle);
+    // The ';'-separated folders LoadFunctionModule looks in for this `path`;
+    // `usual` (may be null) tells whether they are the default places, found
+    // from where the library and the program are.
+    NyxString GetModuleSearchPath(const NyxString& path, bool* usual = nullptr);
     // Makes `function` callable from Quince as `name`; calls are checked to
     // pass between minArguments and maxArguments. Non-zero on success.
     int RegisterFunction(const NyxString& name, QuinceNativeFunction function, unsigned minArguments,

@@ -1,0 +1,97 @@
+// Tests of `vexl check` through the built program: the folder of broken pages
+// under tests/check/pages gives each of its messages once, in the expected
+// words and places; correct pages give none.
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <set>
+#include <sstream>
+#include <string>
+
+#include "app/ProgramRun.h"
+
+namespace {
+
+std::string ReadFile(const std::string& path)
+{
+    std::ifstream in(path, std::ios::binary);
+    std::ostringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
+
+TEST(CheckCommandTest, BrokenPagesGiveEachExpectedMessageOnce)
+{
+    const std::string folder = std::string(VEXL_SOURCE_DIR) + "/tests/check";
+    const ProgramRun run = RunVexl("check pages", folder);
+    EXPECT_EQ(run.Status, 1);
+    EXPECT_EQ(run.Out, ReadFile(folder + "/pages.expected"));
+    EXPECT_EQ(run.Err, "vexl check: 6 files, 26 errors, 4 warnings\n");
+}
+
+TEST(CheckCommandTest, ExampleSiteIsClean)
+{
+    const ProgramRun run = RunVexl("check --ini examples/site/vexl.ini examples/site");
+    EXPECT_EQ(run.Status, 0);
+    EXPECT_EQ(run.Out, "");
+}
+
+// The golden pages that hold deliberate mistakes, to show what the engine
+// does with them; every other golden page must check clean.
+TEST(CheckCommandTest, CorrectGoldenPagesAreClean)
+{
+    const std::set<std::string> deliberate = {
+        "tests/golden/blocks/if_branches.vxl",      "tests/golden/blocks/if_last_elseif.vxl",
+        "tests/golden/blocks/if_missing_endif.vxl", "tests/golden/blocks/if_missing_endif_true.vxl",
+        "tests/golden/blocks/if_truth.vxl",         "tests/golden/blocks/loop_basic.vxl",
+        "tests/golden/blocks/loop_condition.vxl",   "tests/golden/blocks/loop_missing_end.vxl",
+        "tests/golden/blocks/loop_plan.vxl",        "tests/golden/include/folder.vxl",
+        "tests/golden/include/messages.vxl",        "tests/golden/include/missing_file.vxl",
+        "tests/golden/include/sub/fails_level2.vxl", "tests/golden/links/forms.vxl",
+        "tests/golden/translation/store.vxl",       "tests/golden/translation/in_memory.vxl",
+        "tests/golden/translation/repeated.vxl",    "tests/golden/usertags/box.vxl",
+        "tests/golden/variables/evaluation.vxl",    "tests/golden/walker/directives.vxl",
+        "tests/golden/walker/plain.vxl",
+    };
+    const ProgramRun run = RunVexl("check tests/golden");
+    std::istringstream lines(run.Out);
+    std::string line;
+    while (std::getline(lines, line)) {
+        const std::string file = line.substr(0, line.find(':'));
+        EXPECT_TRUE(deliberate.count(file) != 0) << line;
+    }
+}
+
+TEST(CheckCommandTest, JsonFormatHoldsEveryField)
+{
+    const std::string folder = std::string(VEXL_SOURCE_DIR) + "/tests/check";
+    const ProgramRun run = RunVexl("check --format json pages/tags.vxl", folder);
+    EXPECT_EQ(run.Status, 1);
+    EXPECT_EQ(run.Out.rfind("{\"files\": 1, \"errors\": 11, \"warnings\": 0, \"messages\": [\n", 0), 0u) << run.Out;
+    EXPECT_NE(run.Out.find("  {\"file\": \"pages/tags.vxl\", \"line\": 2, \"column\": 1, \"severity\": \"error\", "
+                           "\"message\": \"unknown tag <SETVRA>, which goes to the browser as it is; did you mean "
+                           "<SETVAR>?\"},\n"),
+              std::string::npos)
+        << run.Out;
+    EXPECT_EQ(run.Out.substr(run.Out.size() - 5), "}\n]}\n");
+}
+
+TEST(CheckCommandTest, WarningsAloneLeaveTheStatusZero)
+{
+    const std::string folder = std::string(VEXL_SOURCE_DIR) + "/tests/check";
+    const ProgramRun run = RunVexl("check --format json pages/part.inc", folder);
+    EXPECT_EQ(run.Status, 0);
+    EXPECT_NE(run.Out.find("\"errors\": 0, \"warnings\": 1"), std::string::npos) << run.Out;
+}
+
+TEST(CheckCommandTest, UsageErrors)
+{
+    EXPECT_EQ(RunVexl("check").Status, 2);
+    EXPECT_EQ(RunVexl("check --format xml examples/site").Status, 2);
+    EXPECT_EQ(RunVexl("check --bogus examples/site").Status, 2);
+    const ProgramRun missing = RunVexl("check no/such/folder");
+    EXPECT_EQ(missing.Status, 1);
+    EXPECT_EQ(missing.Out, "no/such/folder:0:0: error: no such file or folder\n");
+}
+
+}  // namespace
