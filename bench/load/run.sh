@@ -9,7 +9,11 @@
 #   VEXL_LOAD_CONNECTIONS (default 50), VEXL_LOAD_SECONDS (default 30),
 #   VEXL_LOAD_THREADS (wrk threads, default 2), VEXL_LOAD_PROCS (vexl fcgi
 #   processes, default 2), VEXL_LOAD_PAGE (default /, the start page),
-#   VEXL_LOAD_FRONTEND (fcgi, the default, or cgi: one vexl process per request).
+#   VEXL_LOAD_FRONTEND (fcgi, the default, or cgi: one vexl process per request),
+#   VEXL_LOAD_SESSION=1 (every request carries the session cookies of the first
+#   answer, as one visitor's requests would; without it a page that binds a
+#   session variable makes a new session per request). With a session the run
+#   ends by printing the store's sessions and the page's last count.
 set -euo pipefail
 
 repo=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
@@ -49,7 +53,13 @@ else
 fi
 
 # The page must answer 200 before it is measured.
-status=$(curl -s -o "$work/first.html" -w '%{http_code}' "$url")
+status=$(curl -s -o "$work/first.html" -D "$work/first.head" -w '%{http_code}' "$url")
+cookie_header=()
+if [ "${VEXL_LOAD_SESSION:-0}" = 1 ]; then
+    cookies=$(sed -n 's/^[Ss]et-[Cc]ookie: \([^;]*\).*/\1/p' "$work/first.head" | paste -sd ';' | sed 's/;/; /g')
+    [ -n "$cookies" ] || { echo "load: VEXL_LOAD_SESSION=1, but $url set no cookie" >&2; exit 1; }
+    cookie_header=(-H "Cookie: $cookies")
+fi
 if [ "$status" != 200 ]; then
     echo "load: $url answered $status" >&2
     head -c 2000 "$work/first.html" >&2
@@ -61,7 +71,7 @@ echo "load: $url ($(wc -c < "$work/first.html") bytes) through vexl $frontend, $
 
 if command -v wrk > /dev/null; then
     # Count non-2xx answers too: wrk reports them only in its summary.
-    wrk -t "$threads" -c "$connections" -d "${seconds}s" --latency --timeout 10s "$url" | tee "$work/wrk.txt"
+    wrk -t "$threads" -c "$connections" -d "${seconds}s" --latency --timeout 10s "${cookie_header[@]}" "$url" | tee "$work/wrk.txt"
     rps=$(awk '/^Requests\/sec:/ { print $2 }' "$work/wrk.txt")
     non2xx=$(awk '/Non-2xx or 3xx responses:/ { print $5 }' "$work/wrk.txt")
     socket_errors=$(awk '/Socket errors:/ { gsub(",", ""); print $4 + $6 + $8 + $10 }' "$work/wrk.txt")
@@ -79,7 +89,7 @@ else
     for worker in $(seq "$connections"); do
         (
             while [ "$(date +%s)" -lt "$end" ]; do
-                curl -s -o /dev/null -w '%{http_code}\n' --max-time 10 "$url" || echo 000
+                curl -s -o /dev/null -w '%{http_code}\n' --max-time 10 "${cookie_header[@]}" "$url" || echo 000
             done > "$work/statuses.$worker"
         ) &
     done
@@ -93,5 +103,13 @@ grep -iE "error|crash|died" "$work/lighttpd-error.log" | grep -v "server started
 if [ -s "$work/errors" ]; then
     echo "load: lighttpd reported:" >&2
     head -20 "$work/errors" >&2
+fi
+if [ -f "$work/sessions.db" ] && command -v sqlite3 > /dev/null; then
+    echo "load: session store: $(sqlite3 "$work/sessions.db" 'SELECT COUNT(*) FROM sessions') sessions"
+    if [ "${VEXL_LOAD_SESSION:-0}" = 1 ]; then
+        echo "load: the session's last count: $(curl -s "${cookie_header[@]}" "$url" | grep -o "id='visits'>[^<]*")"
+    fi
+elif [ ! -f "$work/sessions.db" ]; then
+    echo "load: session store: never opened"
 fi
 echo "load: PASS"

@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <string>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
@@ -315,6 +316,26 @@ TEST_F(PageRequestSessionTest, APageWithoutSessionVariablesLeavesTheStoreUntouch
     Visit claimed = Request("http_session_id=5; http_session_secret=0123456789abcdef0123456789abcdef");
     EXPECT_EQ(FindHeader(claimed.Response, "Set-Cookie"), "(absent)");
     EXPECT_NE(access((Base + "/sessions.db").c_str(), F_OK), 0) << "the store was opened";
+
+    // With a store and a real session: its files do not change.
+    Environment["SCRIPT_FILENAME"] = Site + "/counter.vxl";
+    Visit owner = Request("");
+    Environment["SCRIPT_FILENAME"] = Site + "/index.vxl";
+    auto facts = [&] {
+        std::string all;
+        for (const char* suffix : {"", "-wal", "-shm", "-locks"}) {
+            struct stat file {};
+            if (stat((Base + "/sessions.db" + suffix).c_str(), &file) == 0)
+                all += std::to_string(file.st_size) + "/" + std::to_string(file.st_mtim.tv_sec) + "." +
+                       std::to_string(file.st_mtim.tv_nsec) + " ";
+        }
+        return all;
+    };
+    const std::string before = facts();
+    Visit withCookies = Request(Cookies(owner));
+    EXPECT_EQ(FindHeader(withCookies.Response, "Set-Cookie"), "(absent)");
+    Request("");
+    EXPECT_EQ(facts(), before);
 }
 
 TEST_F(PageRequestSessionTest, TheCounterCountsFromTheFirstVisit)

@@ -71,11 +71,3 @@ bool MakePrivateFile(const std::string& path, std::string& problem) {
     }
     return CheckOwnership(path, facts, false, problem);
 }
-
-bool GetFileIdentity(const std::string& path, FileIdentity& identity) {
-    struct stat facts {};
-    if (stat(path.c_str(), &facts) != 0) return false;
-    identity.Device = static_cast<uint64_t>(facts.st_dev);
-    identity.Inode = static_cast<uint64_t>(facts.st_ino);
-    return true;
-}

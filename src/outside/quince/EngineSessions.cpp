@@ -63,8 +63,7 @@ void Engine::ReadSessionSettings() {
     if (SessionSettingsRead) return;
     SessionSettingsRead = true;
     SessionLockMilliseconds = kDefaultSessionLockSeconds * 1000;
-    if (IniPath.IsEmpty()) return;
-    IniFile file(IniPath);
+    const IniFile& file = GetConfig();  // read once per request
     SessionStoreConfigured = file.GetEntryValue("QuinceConfig", "SessionStore", SessionStoreSetting, NyxString());
     NyxString lock;
     if (file.GetEntryValue("QuinceConfig", "SessionLockSeconds", lock, NyxString()) && lock.IsNotEmpty()) {

@@ -8,7 +8,7 @@
 #include <system_error>
 #include <vector>
 
-#include "outside/foundation/PrivateStorage.h"
+#include "outside/foundation/Files.h"
 #include "outside/quince/SqliteSessionStore.h"
 
 namespace {
@@ -19,7 +19,7 @@ constexpr std::size_t kMaxKeptStores = 4;
 
 struct KeptStore {
     std::string Path;       // absolute, so that a change of folder does not confuse it
-    FileIdentity Identity;  // of the file when it was opened
+    FileIdentity Identity;  // of the file when it was opened (device and inode are compared)
     std::unique_ptr<SqliteSessionStore> Store;
     uint64_t LastUse = 0;
 };
@@ -59,7 +59,8 @@ SessionStore* UseSessionStore(const NyxString& location, std::string& problem) {
         KeptStore& kept = stores.Kept[i];
         if (kept.Path != path) continue;
         FileIdentity now;
-        if (GetFileIdentity(path, now) && now == kept.Identity) {
+        if (FileGetIdentity(NyxString(path.c_str()), now) && now.Device == kept.Identity.Device &&
+            now.Inode == kept.Identity.Inode) {
             kept.LastUse = stores.Uses;
             return kept.Store.get();
         }
@@ -71,7 +72,7 @@ SessionStore* UseSessionStore(const NyxString& location, std::string& problem) {
 
     auto store = std::make_unique<SqliteSessionStore>(NyxString(path.c_str()));
     FileIdentity identity;
-    if (!store->IsOpen() || !GetFileIdentity(path, identity)) {
+    if (!store->IsOpen() || !FileGetIdentity(NyxString(path.c_str()), identity)) {
         problem = store->Problem().empty() ? "the session store cannot be opened" : store->Problem();
         return nullptr;
     }
