@@ -11,6 +11,7 @@ packages=(
   clang libclang-rt-14-dev                            # fuzzing (libFuzzer)
   python3 perl                                        # test tools and foreign-script tests
   libfcgi-dev                                         # the FastCGI front end
+  dpkg-dev                                            # the Debian package (cpack -G DEB, dpkg-shlibdeps)
 )
 
 is_installed() {

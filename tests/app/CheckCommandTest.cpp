@@ -94,3 +94,40 @@ TEST(CheckCommandTest, UsageErrors)
 }
 
 }  // namespace
+
+namespace {
+
+// The page of the README, taken from the README itself so that the two
+// cannot drift apart: it checks clean and does what its text says.
+TEST(CheckCommandTest, ReadmePageChecksCleanAndDoesWhatItsTextSays)
+{
+    const std::string readme = ReadFile(std::string(VEXL_SOURCE_DIR) + "/README.md");
+    const std::size_t section = readme.find("## A page");
+    ASSERT_NE(section, std::string::npos);
+    const std::size_t start = readme.find("```html\n", section);
+    ASSERT_NE(start, std::string::npos);
+    const std::size_t end = readme.find("```\n", start + 8);
+    ASSERT_NE(end, std::string::npos);
+    const std::string page = readme.substr(start + 8, end - start - 8);
+
+    char folder[] = "/tmp/vexl-readme-XXXXXX";
+    ASSERT_NE(mkdtemp(folder), nullptr);
+    std::ofstream(std::string(folder) + "/page.vxl") << page;
+    std::ofstream(std::string(folder) + "/vexl.ini") << "[QuinceConfig]\nSessionStore = " << folder << "/sessions.db\n";
+    const ProgramRun check = RunVexl("check page.vxl", folder);
+    EXPECT_EQ(check.Status, 0);
+    EXPECT_EQ(check.Out, "");
+    const ProgramRun first = RunVexl("render page.vxl --ini vexl.ini --session 5", folder);
+    const ProgramRun second = RunVexl("render page.vxl --ini vexl.ini --session 5", folder);
+    std::system((std::string("rm -rf '") + folder + "'").c_str());
+    EXPECT_NE(first.Out.find("<h1 title=\"Corner Shop orders\">"), std::string::npos) << first.Out;
+    EXPECT_NE(first.Out.find("<p class=\"odd\" data-row=\"1\">"), std::string::npos) << first.Out;
+    EXPECT_NE(first.Out.find("<p class=\"even\" data-row=\"2\">"), std::string::npos) << first.Out;
+    EXPECT_NE(first.Out.find("<p class=\"odd\" data-row=\"3\">"), std::string::npos) << first.Out;
+    EXPECT_NE(first.Out.find("You have been here 1 times."), std::string::npos) << first.Out;
+    EXPECT_NE(second.Out.find("You have been here 2 times."), std::string::npos) << second.Out;
+    EXPECT_NE(first.Out.find("<A href='?_htmlfile=next.vxl&shop.s=Corner+Shop&row.i=3'>"), std::string::npos)
+        << first.Out;
+}
+
+}  // namespace
