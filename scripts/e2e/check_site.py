@@ -12,6 +12,7 @@ Only the Python standard library is used.
 
 import argparse
 import base64
+import concurrent.futures
 import http.cookiejar
 import json
 import os
@@ -104,8 +105,8 @@ def check_http(base, label):
     expect(status == 200, f"{label}: start page answered {status}:\n{body[:2000]}")
     expect('id="site-title"' in body or "id='site-title'" in body, f"{label}: start page lacks the header include")
     expect(element_text(body, "loop-list") is not None, f"{label}: start page lacks the LOOP list")
-    cookie = headers.get("Set-Cookie", "")
-    expect(cookie.startswith("http_session_id=") and "HttpOnly" in cookie, f"{label}: no session cookie: {cookie!r}")
+    # The start page binds no session variable: it gets no session.
+    expect("Set-Cookie" not in headers, f"{label}: the start page set a cookie: {headers.get('Set-Cookie')!r}")
 
     status, _, _ = client.get("vexl.ini")
     expect(status == 403, f"{label}: vexl.ini answered {status}, not 403")
@@ -114,8 +115,14 @@ def check_http(base, label):
     status, _, _ = client.get("?_htmlfile=no-such-page.vxl")
     expect(status == 404, f"{label}: a missing page answered {status}, not 404")
 
-    counts = [visits_of(client.get("counter.vxl")[2]) for _ in range(3)]
-    expect(counts[1] == counts[0] + 1 and counts[2] == counts[1] + 1, f"{label}: session counter went {counts}")
+    status, headers, body = client.get("counter.vxl")
+    cookies = {cookie.name: cookie for cookie in client.jar}
+    expect("http_session_id" in cookies and "http_session_secret" in cookies,
+           f"{label}: the counter page did not set both session cookies: {sorted(cookies)}")
+    expect(all(cookie.has_nonstandard_attr("HttpOnly") for cookie in cookies.values()),
+           f"{label}: a session cookie lacks HttpOnly")
+    counts = [visits_of(body)] + [visits_of(client.get("counter.vxl")[2]) for _ in range(2)]
+    expect(counts == [1, 2, 3], f"{label}: session counter went {counts}")
 
     status, _, body = client.post_form("form.vxl", [("_htmlfile", "greet.vxl"), ("visitor", "Ada")])
     expect(status == 200 and "Ada" in (element_text(body, "greeting") or ""), f"{label}: greeting missing:\n{body[:2000]}")
@@ -145,6 +152,40 @@ def check_http(base, label):
         status = "connection closed"
     expect(status == 413, f"{label}: a body over the limit answered {status}, not 413")
     print(f"ok   {label}: HTTP checks (pages, 403/404/413, session counter {counts}, form, links, upload, translation)")
+
+
+SESSION_INCREMENTS = 100
+SESSION_PARALLEL = 8
+
+
+def check_session_concurrency(base, label):
+    """100 increments of one session's counter, 8 requests at a time: the
+    session's lock serialises them, so every count from 1 to 100 is seen once.
+    A made-up number with another session's secret reaches nothing."""
+    client = Client(base)
+    first = visits_of(client.get("counter.vxl")[2])
+    expect(first == 1, f"{label}: a new session's counter began at {first}")
+    cookies = {cookie.name: cookie.value for cookie in client.jar}
+    header = {"Cookie": "; ".join(f"{name}={value}" for name, value in cookies.items())}
+
+    def one_increment(_):
+        request = urllib.request.Request(urllib.parse.urljoin(base, "counter.vxl"), headers=header)
+        with urllib.request.urlopen(request, timeout=TIMEOUT_SECONDS) as response:
+            return visits_of(response.read().decode("utf-8", "replace"))
+
+    with concurrent.futures.ThreadPoolExecutor(SESSION_PARALLEL) as pool:
+        counts = sorted(pool.map(one_increment, range(SESSION_INCREMENTS - 1)))
+    expect(counts == list(range(2, SESSION_INCREMENTS + 1)),
+           f"{label}: {SESSION_INCREMENTS} increments, {SESSION_PARALLEL} at a time, lost or repeated some: "
+           f"{sorted(set(range(2, SESSION_INCREMENTS + 1)) - set(counts))[:10]} missing")
+
+    stranger = {"Cookie": f"http_session_id=4242; http_session_secret={cookies['http_session_secret']}"}
+    request = urllib.request.Request(urllib.parse.urljoin(base, "counter.vxl"), headers=stranger)
+    with urllib.request.urlopen(request, timeout=TIMEOUT_SECONDS) as response:
+        count = visits_of(response.read().decode("utf-8", "replace"))
+    expect(count == 1, f"{label}: a made-up number reached a session with {count} visits")
+    print(f"ok   {label}: {SESSION_INCREMENTS} increments of one session, {SESSION_PARALLEL} at a time, "
+          f"ended at {counts[-1]}; a made-up number started afresh")
 
 
 # --- Browser layer: WebDriver over plain HTTP ----------------------------------
@@ -295,6 +336,7 @@ def main():
     for label, base in sites:
         try:
             check_http(base, label)
+            check_session_concurrency(base, label)
         except CheckFailed as failure:
             failures += 1
             print(f"FAIL {label}: {failure}")

@@ -9,7 +9,6 @@
 #include "app/DescriptorStreams.h"
 #include "app/HandlerSettings.h"
 #include "app/PageRequest.h"
-#include "outside/foundation/Random.h"
 
 extern char** environ;
 
@@ -67,7 +66,6 @@ int RunCgiCommand(int argc, char** argv)
     }
 
     std::signal(SIGPIPE, SIG_IGN);
-    std::srand(SecureRandom32());  // new session numbers come from rand()
     RequestEnvironment environment = ReadProcessEnvironment();
     HandlerSettings settings = ResolveHandlerSettings(options, environment);
     DescriptorReader body(0, 0);

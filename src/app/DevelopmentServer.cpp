@@ -26,7 +26,6 @@
 #include "app/PageRequest.h"
 #include "app/PageResponse.h"
 #include "app/RequestDecoder.h"
-#include "outside/foundation/Random.h"
 
 namespace {
 
@@ -410,7 +409,6 @@ int RunDevelopmentServer(const ServerConfig& config)
     int port = ntohs(address.sin_port);
 
     std::signal(SIGPIPE, SIG_IGN);
-    std::srand(SecureRandom32());  // new session numbers come from rand()
     std::fprintf(stderr, "vexl serve: listening on http://127.0.0.1:%d/ (root %s)\n", port, root.c_str());
 
     while (true) {

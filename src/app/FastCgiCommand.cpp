@@ -12,7 +12,6 @@
 #include "app/HandlerSettings.h"
 #include "app/PageRequest.h"
 #include "app/RequestDecoder.h"
-#include "outside/foundation/Random.h"
 
 #ifdef VEXL_HAVE_FCGI
 #include <fcgiapp.h>
@@ -157,7 +156,6 @@ int RunFastCgiCommand(int argc, char** argv)
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGTERM, StopAfterThisRequest);
     std::signal(SIGINT, StopAfterThisRequest);
-    std::srand(SecureRandom32());  // new session numbers come from rand()
 
     FCGX_Request request;
     if (FCGX_InitRequest(&request, listenSocket, 0) != 0) {

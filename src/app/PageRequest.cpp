@@ -2,6 +2,7 @@
 #include "app/PageRequest.h"
 
 #include <cerrno>
+#include <cstdio>
 #include <climits>
 #include <cstdlib>
 #include <fcntl.h>
@@ -12,6 +13,7 @@
 #include "app/PageLocator.h"
 #include "app/PageResponse.h"
 #include "app/RequestDecoder.h"
+#include "app/SessionCookies.h"
 #include "app/StdoutCapture.h"
 #include "page/VexlPage.h"
 
@@ -20,7 +22,6 @@ const char kPageExtension[] = ".vxl";
 
 namespace {
 
-constexpr char kSessionCookieName[] = "http_session_id";
 constexpr std::size_t kReadChunkBytes = 64 * 1024;
 
 NyxString ToNyx(const std::string& text)
@@ -268,8 +269,8 @@ void TakePageHeaders(VexlPage& page, bool secure, PageResponse& response)
         std::string name = page.Headers.GetName(index).ToStd();
         std::string value = MakeHeaderValue(page.Headers.GetValue(index).ToStd());
         if (name == kSessionCookieName) {
-            others.emplace_back("Set-Cookie", std::string(kSessionCookieName) + "=" + value +
-                                                  "; Path=/; HttpOnly; SameSite=Lax" + (secure ? "; Secure" : ""));
+            if (page.IsSessionSettled())
+                AddSessionCookies(page.SessionId, page.GetSessionSecret().ToStd(), secure, others);
         } else if (name == "content-type") {
             contentType = value;
         } else if (name == "status") {
@@ -380,11 +381,7 @@ PageResponse RenderPageRequest(const RequestEnvironment& environment, BodyReader
     if (pagePath.empty())
         return MakeErrorResponse(status, message);
 
-    unsigned sessionId = 0;
-    std::string cookie;
-    if (FindCookie(GetEnvironmentValue(environment, "HTTP_COOKIE"), kSessionCookieName, cookie) &&
-        !ParseUnsigned32(cookie, sessionId))
-        sessionId = 0;
+    SessionCookieClaim session = ReadSessionCookies(GetEnvironmentValue(environment, "HTTP_COOKIE"));
 
     std::string iniPath = MakeAbsolute(settings.IniPath);
     std::string translationPath = MakeAbsolute(settings.TranslationPath);
@@ -400,7 +397,8 @@ PageResponse RenderPageRequest(const RequestEnvironment& environment, BodyReader
             page.SetIniPath(ToNyx(iniPath));
         page.SetOutput(&output);
         page.SetFile(ToNyx(pagePath));
-        page.SetSessionId(sessionId, settings.SessionExpirySeconds);
+        // The session is settled only if a script uses one: the others cost nothing.
+        page.ClaimSession(session.Id, ToNyx(session.Secret), settings.SessionExpirySeconds);
         if (!translationPath.empty())
             page.SetTranslationFile(ToNyx(translationPath));
         CreateServerVariables(page, environment, root);
@@ -414,6 +412,16 @@ PageResponse RenderPageRequest(const RequestEnvironment& environment, BodyReader
         // Over HTTPS the cookie is kept from plain-text requests.
         std::string https = GetEnvironmentValue(environment, "HTTPS");
         TakePageHeaders(page, https == "on" || https == "1", response);
+        std::string sessionProblem = page.GetSessionProblem().ToStd();
+        if (!sessionProblem.empty())
+            std::fprintf(stderr, "vexl: %s: %s\n", pagePath.c_str(), sessionProblem.c_str());
+        if (page.HasSessionFailed()) {
+            // Its changes are not kept: the visitor must not take the page for done.
+            response = MakeErrorResponse(503, "The page's session is busy or could not be stored: " + sessionProblem +
+                                                  ". Try again in a moment.");
+            response.Headers.emplace_back("Retry-After", "2");
+            return response;
+        }
     }
     response.Body.reserve(stray.size() + output.GetSize());
     response.Body = stray;

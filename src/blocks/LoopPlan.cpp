@@ -7,8 +7,10 @@
 #include <memory>
 #include <utility>
 
+#include "page/TranslationSource.h"
 #include "page/VexlPage.h"
 #include "tags/BlockScan.h"
+#include "tags/TagTraits.h"
 #include "tags/VexlParse.h"
 #include "values/HtmlTagIds.h"
 
@@ -36,16 +38,17 @@ LoopPlan::LoopPlan(const VexlParse& walker, int first)
     : List(walker.Page->HtmlList),
       Context(walker.Page->Context),
       FirstLevel(walker.Page->Walks->Depth + 1),
-      Limit(walker.Page->Walks->Limit) {
+      Limit(walker.Page->Walks->Limit),
+      Translating(walker.Page->TranslationEnabled) {
     // A walk of the body starts one level down, and says so when that is too deep.
     const VexlPage& page = *walker.Page;
-    if (!page.TagDefs.IsEmpty() || page.TranslationEnabled || FirstLevel > Limit + 1) return;
+    if (!page.TagDefs.IsEmpty() || FirstLevel > Limit + 1) return;
     Made = PlanWalk(first, TagId::Loop, 1, FirstLevel) != -1;
 }
 
 bool LoopPlan::Fits(const VexlPage& page) const {
     return Made && page.Walks->Depth + 1 == FirstLevel && page.Walks->Limit == Limit && page.TagDefs.IsEmpty() &&
-           !page.TranslationEnabled;
+           page.TranslationEnabled == Translating;
 }
 
 void LoopPlan::Run(VexlParse& walker) {
@@ -85,6 +88,13 @@ void LoopPlan::Run(VexlParse& walker) {
         case Kind::SetHeader:
             walker.HandleSetHeader(List->GetEntry(static_cast<int>(op.A)));
             break;
+        case Kind::Translated: {
+            // Joined again only when a translation may have changed since.
+            TranslatedRun& run = TranslatedRuns[op.A];
+            if (run.Generation != TranslationSource::Generation()) JoinRun(run, walker);
+            page.AppendOutput(run.Text);
+            break;
+        }
         }
     }
 }
@@ -92,25 +102,29 @@ void LoopPlan::Run(VexlParse& walker) {
 int LoopPlan::PlanWalk(int index, int stopId, int stopEnd, int level) {
     for (HtmlObject* entry = List->GetEntry(index); entry != nullptr; entry = List->GetEntry(++index)) {
         if (entry->GetTagId() == stopId && entry->IsEndTag() == stopEnd) return index;
-        switch (entry->GetTagId()) {
-        case TagId::If:
+        const TagTraits traits = GetTagTraits(entry->GetTagId());
+        if (!traits.Planned) return -1;
+        switch (traits.Handling) {
+        case TagHandling::If:
             if (!PlanIf(index, level)) return -1;
             break;
-        case TagId::SetVar:
+        case TagHandling::SetVar:
             Ops.push_back({Kind::SetVar, static_cast<uint32_t>(index), 0});
             break;
-        case TagId::SetHeader:
+        case TagHandling::SetHeader:
             Ops.push_back({Kind::SetHeader, static_cast<uint32_t>(index), 0});
             break;
-        case TagId::A: case TagId::Form: case TagId::Frame: case TagId::Script: case TagId::Include:
-        case TagId::Loop: case TagId::DefTag: case TagId::Translation:
-            return -1;
-        case TagId::Text:
-            AddText(entry->GetText().GetString(), entry->GetText().GetSize());
+        case TagHandling::Written:
+            if (entry->GetTagId() != TagId::Text) {
+                PlanTag(*entry);
+            } else if (Translating) {
+                AddPiece({index, 0, 0});
+            } else {
+                AddText(entry->GetText().GetString(), entry->GetText().GetSize());
+            }
             break;
         default:
-            PlanTag(*entry);
-            break;
+            return -1;  // a handler with no kind of its own in the plan
         }
     }
     return static_cast<int>(List->GetCount());
@@ -182,6 +196,11 @@ void LoopPlan::PlanTag(const HtmlObject& tag) {
 
 void LoopPlan::AddText(const char* text, std::size_t size) {
     if (size == 0) return;
+    if (Translating) {
+        AddPiece({-1, static_cast<uint32_t>(Texts.size()), static_cast<uint32_t>(size)});
+        Texts.append(text, size);
+        return;
+    }
     if (Joinable && !Ops.empty() && Ops.back().What == Kind::Text) {
         Ops.back().B += static_cast<uint32_t>(size);
     } else {
@@ -189,6 +208,30 @@ void LoopPlan::AddText(const char* text, std::size_t size) {
     }
     Texts.append(text, size);
     Joinable = true;
+}
+
+void LoopPlan::AddPiece(const Piece& piece) {
+    if (!Joinable || Ops.empty() || Ops.back().What != Kind::Translated) {
+        Ops.push_back({Kind::Translated, static_cast<uint32_t>(TranslatedRuns.size()), 0});
+        TranslatedRuns.emplace_back();
+    }
+    TranslatedRuns[Ops.back().A].Pieces.push_back(piece);
+    Joinable = true;
+}
+
+void LoopPlan::JoinRun(TranslatedRun& run, VexlParse& walker) {
+    run.Text.Clear();
+    for (const Piece& piece : run.Pieces) {
+        if (piece.Object < 0) {
+            run.Text.AppendBytes(Texts.data() + piece.Offset, piece.Size);
+            continue;
+        }
+        NyxString text = List->GetEntry(piece.Object)->GetText();
+        walker.TranslateText(text);
+        run.Text += text;
+    }
+    // Read after the lookups, which may have moved it: the text is fresh now.
+    run.Generation = TranslationSource::Generation();
 }
 
 uint32_t LoopPlan::AddExpression(const NyxString& text) {

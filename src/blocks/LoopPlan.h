@@ -5,7 +5,9 @@
 // of the body would write without visiting the objects one by one. A body
 // that holds anything but text, tags without a handler, IF constructs of the
 // usual shape, SETVAR and SETHEADER gets no plan and is walked: nothing in a
-// plan can define a tag, turn translation on or change the page's objects.
+// plan can define a tag, change how texts are translated or change the page's
+// objects. While texts are translated, each text keeps its translation for as
+// long as TranslationSource's generation holds.
 #pragma once
 
 #include <cstddef>
@@ -34,9 +36,9 @@ public:
     static LoopPlan* Make(VexlParse& walker, int loopIndex);
 
     // Whether a pass may come from the plan: it was made, and the page walks
-    // the body at the same depth and under the same limit, without user tags
-    // and without translation. (The list and its page's context are the
-    // plan's own: a plan is only reached through the list that keeps it.)
+    // the body at the same depth and under the same limit, without user tags,
+    // translating texts as it did then. (The list and its page's context are
+    // the plan's own: a plan is only reached through the list that keeps it.)
     bool Fits(const VexlPage& page) const;
     // Writes one pass, as walker.Start(first, the LOOP end tag) would.
     void Run(VexlParse& walker);
@@ -50,6 +52,7 @@ private:
         Jump,       // on to op A
         SetVar,     // the directive at object A
         SetHeader,  // the directive at object A
+        Translated, // the text of TranslatedRuns[A]
     };
     struct Op {
         Kind What;
@@ -60,6 +63,18 @@ private:
         PreparedExpression Code;
         NyxString Value;
     };
+    // Text that goes out in one piece while texts are translated: fixed
+    // pieces and text objects, joined once their translations are known.
+    struct Piece {
+        int Object;  // a text object to translate, or -1 for Texts[Offset, Offset + Size)
+        uint32_t Offset;
+        uint32_t Size;
+    };
+    struct TranslatedRun {
+        std::vector<Piece> Pieces;
+        uint64_t Generation = 0;  // TranslationSource's when Text was joined; 0 is never current
+        NyxString Text;
+    };
 
     // The index of the stop object that a walk from `index` meets, the
     // list's count when it runs out, or -1 when it meets something no plan
@@ -69,6 +84,9 @@ private:
     bool PlanIf(int& index, int level);
     void PlanTag(const HtmlObject& tag);
     void AddText(const char* text, std::size_t size);
+    void AddPiece(const Piece& piece);  // to the run the last op writes, or a new one
+    // Joins the run's pieces, each text object translated as the walker does.
+    void JoinRun(TranslatedRun& run, VexlParse& walker);
     uint32_t AddExpression(const NyxString& text);
     void Label() { Joinable = false; }  // a jump lands here: the next text opens an op of its own
 
@@ -78,9 +96,11 @@ private:
     QuinceContext* Context;      // its page's, for the plan's expressions
     int FirstLevel;  // the depth of a walk of the body
     int Limit;       // the depth no walk may pass
+    bool Translating;  // whether the page translated texts when the plan was made
     bool Made = false;
     bool Joinable = false;
     std::vector<Op> Ops;
     std::string Texts;
     std::vector<Expression> Expressions;
+    std::vector<TranslatedRun> TranslatedRuns;
 };

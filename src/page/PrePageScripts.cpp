@@ -6,9 +6,8 @@
 #include "values/PathParser.h"
 
 void VexlPage::ProcessPrePostScripts(const NyxString& key) {
-    IniFile ini(Context->GetIniPath());
     NyxString value;
-    ini.GetEntryValue("QuinceConfig", key, value, "");
+    Context->GetConfig().GetEntryValue("QuinceConfig", key, value, "");
     if (value.IsEmpty()) return;
 
     NyxString directories(".;");

@@ -4,6 +4,8 @@
 
 #include "page/Contained.h"
 
+#include <cstdint>
+
 namespace {
 // A store that claims every number taken is broken; stop drawing after this
 // many tries rather than loop forever, and use the last draw.
@@ -32,7 +34,30 @@ unsigned VexlPage::ChooseSession(unsigned id, unsigned expiry) {
     return SessionId;
 }
 
+void VexlPage::ClaimSession(unsigned id, const NyxString& secret, unsigned expiry) {
+    Contained([&] {
+        SessionClaimed = true;
+        CreateOneVariable(SESSIONID_NAME, NyxString("0"), static_cast<QuinceContext::enum_VarListType>(2));
+        Context->ClaimSession(id, secret, expiry, [this](unsigned settled) {
+            SessionId = settled;
+            // Read as a 32-bit integer, as the number in the header would be.
+            if (Variable* shown = Context->GetVariable(SESSIONID_NAME, QuinceContext::VarListPage))
+                shown->SetIntegerValue(static_cast<long>(static_cast<int32_t>(settled)));
+        });
+    });
+}
+
+bool VexlPage::IsSessionSettled() const { return Context->IsSessionSettled(); }
+
+NyxString VexlPage::GetSessionSecret() const { return Context->GetSessionSecret(); }
+
+NyxString VexlPage::GetSessionProblem() const { return Context->GetSessionProblem(); }
+
+bool VexlPage::HasSessionFailed() const { return Context->HasSessionFailed(); }
+
 void VexlPage::SetSessionCookie() {
+    // A claimed session that no script used leaves the visitor without one.
+    if (SessionClaimed && !Context->IsSessionSettled()) return;
     NyxString text;
     text.Printf("%lu", static_cast<unsigned long>(SessionId));
     Headers.Add(SESSIONID_NAME, text);

@@ -1,22 +1,24 @@
-// VexlPage translation store: the database file and its connection, opened
-// when the first text needs it and dropped by every TRANSLATION tag.
+// VexlPage translation store: the database and its connection, taken from
+// the thread's kept sources when the first text needs it and given back by
+// every TRANSLATION tag and at the end of the page.
 #include "outside/foundation/Sql.h"
-#include "page/VexlPage.h"
 #include "page/Contained.h"
+#include "page/TranslationSource.h"
+#include "page/VexlPage.h"
 
 void VexlPage::SetTranslationFile(const NyxString& path) {
-    delete TranslationDb;
+    TranslationSource::Release(TranslationSourceInUse);
+    TranslationSourceInUse = nullptr;
     TranslationDb = nullptr;
     Contained([&] { TranslationFile = path; });
+    TranslationSource::BumpGeneration();
 }
 
 GenSqlConnection* VexlPage::GetTranslationDb() {
     if (TranslationFile.IsEmpty()) return nullptr;
     if (TranslationDb != nullptr) return TranslationDb;
-    TranslationDb = GenSqlConnection::Create(6);
-    if (TranslationDb != nullptr && TranslationDb->Connect(TranslationFile) == 0) {
-        delete TranslationDb;
-        TranslationDb = nullptr;
-    }
+    TranslationSourceInUse = ContainedOr(static_cast<TranslationSource*>(nullptr),
+                                         [&] { return TranslationSource::Acquire(TranslationFile); });
+    if (TranslationSourceInUse != nullptr) TranslationDb = TranslationSourceInUse->GetConnection();
     return TranslationDb;
 }

@@ -10,12 +10,14 @@
 #include "outside/foundation/Random.h"
 #include "outside/foundation/Sql.h"
 #include "page/Contained.h"
+#include "page/TranslationSource.h"
 #include "tags/VexlParse.h"
 #include "values/PathParser.h"
 
 VexlPage::VexlPage()
     : Context(new QuinceContext(nullptr)), Walks(&OwnWalks), DrawSessionNumber([] { return SecureRandom32(); }) {
     LoadHtmlModule();
+    TranslationSource::BumpGeneration();  // texts remembered for an earlier page are not this one's
 }
 
 VexlPage::VexlPage(const VexlPage& parent)
@@ -37,12 +39,13 @@ VexlPage::VexlPage(const VexlPage& parent)
     if (parent.Output == nullptr) ParentPage->AppendOutput(NyxString());
     Output = ParentPage->Output;
     OutputIsExternal = ParentPage->OutputIsExternal;
+    TranslationSource::BumpGeneration();
 }
 
 VexlPage::~VexlPage() {
     delete HtmlList;
     if (!IsChildPage) delete Context;
-    delete TranslationDb;
+    TranslationSource::Release(TranslationSourceInUse);
     if (IsChildPage) {
         // Files made while the child was walked live to the end of the request.
         for (unsigned i = 0; i < TempFiles.Size(); ++i) ParentPage->TempFiles.PushBack(TempFiles[i]);
@@ -84,9 +87,8 @@ void VexlPage::SetIniPath(const NyxString& path) {
 // Reads the page's own bounds from section "QuinceConfig"; a missing or
 // unusable value keeps the default.
 void VexlPage::ReadLimits() {
-    IniFile ini(IniPath);
     NyxString value;
-    ini.GetEntryValue("QuinceConfig", kMaxWalkDepthKey, value, "");
+    Context->GetConfig().GetEntryValue("QuinceConfig", kMaxWalkDepthKey, value, "");
     if (value.IsEmpty()) return;
     char* end = nullptr;
     const long limit = std::strtol(value.GetString(), &end, 10);

@@ -15,6 +15,7 @@
 #include "values/Variable.h"
 
 class GenSqlConnection;
+class TranslationSource;
 struct FunctionModuleCall;
 
 // Entry point of the html.qnc module: the page's objects as a script value.
@@ -33,6 +34,16 @@ public:
     bool Process();
 
     unsigned SetSessionId(unsigned id, unsigned expiry);
+    // For web front ends, in place of SetSessionId: the session the
+    // visitor's cookies name (0 and "" for none) is only checked, or a new
+    // one made, when a script binds its first session variable. Until then
+    // HTTP_SESSION_ID is 0 and no store is opened; a request that binds none
+    // ends without the header pair http_session_id.
+    void ClaimSession(unsigned id, const NyxString& secret, unsigned expiry);
+    bool IsSessionSettled() const;   // after Process: the request used a session (SessionId)
+    NyxString GetSessionSecret() const;   // the settled session's secret, for the visitor's cookie
+    NyxString GetSessionProblem() const;  // why the session failed in this request; empty if it did not
+    bool HasSessionFailed() const;        // its lock could not be had in time, or its changes not stored
     void CreateOneVariable(const NyxString& name, const NyxString& value, QuinceContext::enum_VarListType list);
     void SetTranslationFile(const NyxString& path);
     GenSqlConnection* GetTranslationDb();
@@ -74,6 +85,9 @@ public:
     NyxString* Output = nullptr;               // not owned while OutputIsExternal
     NyxString IniPath;
     bool TranslationEnabled = false;
+    // No user tag is defined and texts are not translated: every object
+    // without a handler is written as the page has it.
+    bool WritesObjectsAsWritten() const { return TagDefs.IsEmpty() && !TranslationEnabled; }
     NyxString TranslationTable;
     NyxString TranslationKeyColumn;
     NyxString TranslationValueColumn;
@@ -81,13 +95,15 @@ public:
     bool IsChildPage = false;
     HtmlFileToVariableFunction HtmlFileToVariableFn = nullptr;
     NyxString TranslationFile;
-    GenSqlConnection* TranslationDb = nullptr;  // owned
+    GenSqlConnection* TranslationDb = nullptr;  // TranslationSourceInUse's connection, or null
+    TranslationSource* TranslationSourceInUse = nullptr;  // acquired by GetTranslationDb, released when dropped
 
     // Beyond the request's own fields: the nesting of walks in progress, shared
     // with child pages, and the source of new session numbers.
     WalkBudget* Walks = nullptr;     // the top page's OwnWalks
     VexlPage* ParentPage = nullptr;  // set on child pages; temporary files go there
     std::function<unsigned()> DrawSessionNumber;  // the system's secure generator by default
+    bool SessionClaimed = false;                  // ClaimSession, not SetSessionId, chose the session
 
 private:
     void ProcessPrePostScripts(const NyxString& key);

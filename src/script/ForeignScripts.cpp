@@ -18,8 +18,7 @@ constexpr const char* kTimeLimitKey = "TimeLimitSeconds";
 // Pieces in which the output reaches the page: at most one line and 8191 bytes.
 constexpr int kReadPiece = 8192;
 
-unsigned ReadTimeLimit(const NyxString& iniPath) {
-    IniFile ini(iniPath);
+unsigned ReadTimeLimit(const IniFile& ini) {
     NyxString value;
     ini.GetEntryValue("ScriptInterpreters", kTimeLimitKey, value, "");
     const long seconds = std::strtol(value.GetString(), nullptr, 10);
@@ -30,7 +29,7 @@ unsigned ReadTimeLimit(const NyxString& iniPath) {
 
 void VexlScript::ExecuteNonQuinceScript(NyxString& interpreter, HtmlObject* tag, int index) {
     const long parseOutput = tag->GetIntValue("parseoutput");
-    TimeLimitSeconds = ReadTimeLimit(Page->IniPath);
+    TimeLimitSeconds = ReadTimeLimit(Page->Context->GetConfig());
     const NyxString output = tag->FindEntry("src") != 0 ? ExecuteScriptFile(interpreter, tag->GetStrValue("src"))
                                                         : ExecuteScriptBuffer(interpreter, tag, index);
     Page->TempFiles.PushBack(output);

@@ -26,8 +26,7 @@ int VexlScript::Start(int index, HtmlObject*) {
         if (language.IsEqualTo("quince", false)) {
             quince = true;
         } else {
-            IniFile ini(Page->IniPath);
-            ini.GetEntryValue("ScriptInterpreters", language, interpreter, "");
+            Page->Context->GetConfig().GetEntryValue("ScriptInterpreters", language, interpreter, "");
         }
     }
 

@@ -71,9 +71,8 @@ void VexlParse::HandleForm(HtmlObject* tag) {
         delete target;
     }
 
-    IniFile ini(Page->IniPath);
     NyxString names;
-    ini.GetEntryValue("General", "PropagatedVariables", names, "");
+    Page->Context->GetConfig().GetEntryValue("General", "PropagatedVariables", names, "");
     if (names.IsEmpty()) return;
     names.ReplaceAll(",", " ");
     names.ReplaceAll(";", " ");

@@ -1,39 +1,17 @@
 // VexlBase::TranslateText: a text of the page is looked up in the
 // translation table, and a text the table lacks is added with an empty value.
-#include "outside/foundation/Sql.h"
+// The lookup itself, and the answers kept from it, are TranslationSource's.
+#include "page/Contained.h"
+#include "page/TranslationSource.h"
 #include "page/VexlPage.h"
 #include "tags/VexlBase.h"
 
-namespace {
-// The text goes between single quotes: doubling its quotes keeps it one
-// literal, whatever it holds.
-NyxString QuoteLiteral(const NyxString& text) {
-    NyxString quoted(text);
-    quoted.ReplaceAll("'", "''");
-    return quoted;
-}
-}  // namespace
-
 bool VexlBase::TranslateText(NyxString& text) {
     if (text.IsEmpty() || text.IsEqualTo("&nbsp;", true) || !Page->TranslationEnabled) return true;
-    GenSqlConnection* database = Page->GetTranslationDb();
-    if (database == nullptr) return false;
-
-    const NyxString literal = QuoteLiteral(text);
-    NyxString statement;
-    statement.Printf("SELECT %S FROM %S WHERE %S = '%S'", &Page->TranslationValueColumn, &Page->TranslationTable,
-                     &Page->TranslationKeyColumn, &literal);
-    GenSqlResult* result = database->ExecuteSql(statement, 0);
-    if (result != nullptr && result->NextRow() != 0) {
-        const NyxString translation = result->GetColumnText(0);
-        delete result;
-        if (translation.IsNotEmpty() && translation[0] != '\n' && translation[0] != '\r') text = translation;
-        return true;
-    }
-    delete result;
-
-    statement.Printf("INSERT INTO %S (%S, %S) VALUES ('%S', '')", &Page->TranslationTable, &Page->TranslationKeyColumn,
-                     &Page->TranslationValueColumn, &literal);
-    delete database->ExecuteSql(statement, 0);
-    return false;
+    if (Page->GetTranslationDb() == nullptr) return false;
+    TranslationSource& source = *Page->TranslationSourceInUse;
+    return ContainedOr(false, [&] {
+        return source.Translate(Page->TranslationTable, Page->TranslationKeyColumn, Page->TranslationValueColumn,
+                                text);
+    });
 }

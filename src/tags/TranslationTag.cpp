@@ -1,5 +1,6 @@
 // VexlParse::HandleTranslation: the TRANSLATION tag names the store (file,
 // table and columns) and turns translation on or off.
+#include "page/TranslationSource.h"
 #include "page/VexlPage.h"
 #include "tags/VexlParse.h"
 
@@ -29,6 +30,8 @@ void VexlParse::HandleTranslation(HtmlObject* tag) {
             *setting.Field = evaluated->GetValue();
         }
         delete evaluated;
+        // Texts translated before are not what the new setting gives.
+        TranslationSource::BumpGeneration();
     }
     if (tag->FindEntry("enable") != 0) {
         Page->TranslationEnabled = true;

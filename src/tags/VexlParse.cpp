@@ -10,6 +10,7 @@
 #include "blocks/VexlLoop.h"
 #include "page/VexlPage.h"
 #include "script/VexlScript.h"
+#include "tags/TagTraits.h"
 #include "values/HtmlTagIds.h"
 #include "values/Variable.h"
 
@@ -48,15 +49,12 @@ int VexlParse::Start(int index, HtmlObject* stop) {
 }
 
 // Objects that the walk writes as they are whatever the page's state, as
-// long as no user tags are defined and texts are not translated: text, and
-// tags of HTML without handler and without expression parameters.
+// long as the page writes objects as written: text, and tags of HTML without
+// handler and without expression parameters.
 bool VexlParse::PrintsAsItIs(HtmlObject* entry) {
     const int id = entry->GetTagId();
-    if (id == TagId::Text) return true;
-    if (id >= TagId::FirstOwnTag || id == TagId::A || id == TagId::Form || id == TagId::Frame || id == TagId::Script) {
-        return false;
-    }
-    return CanEvaluateTag(entry) == 0;
+    if (!GetTagTraits(id).PrintsAsItIs) return false;
+    return id == TagId::Text || CanEvaluateTag(entry) == 0;
 }
 
 // Writes the stretch of objects from `index` that print as they are, as
@@ -97,20 +95,20 @@ int VexlParse::Walk(int index, HtmlObject* stop) {
         if (stop != nullptr && entry->GetTagId() == stop->GetTagId() && entry->IsEndTag() == stop->IsEndTag()) {
             return 1;
         }
-        switch (entry->GetTagId()) {
-        case TagId::A: index = RunBlock<VexlAnchor>(Page, index); break;
-        case TagId::Form: HandleForm(entry); break;
-        case TagId::Frame: HandleFrame(entry); break;
-        case TagId::Script: index = RunBlock<VexlScript>(Page, index); break;
-        case TagId::Include: index = RunBlock<VexlInclude>(Page, index); break;
-        case TagId::SetVar: HandleSetVar(entry); break;
-        case TagId::Loop: index = RunBlock<VexlLoop>(Page, index); break;
-        case TagId::DefTag: HandleDefineTag(entry); break;
-        case TagId::If: index = RunBlock<VexlIf>(Page, index); break;
-        case TagId::SetHeader: HandleSetHeader(entry); break;
-        case TagId::Translation: HandleTranslation(entry); break;
-        default: {
-            if (stretches && Page->TagDefs.IsEmpty() && !Page->TranslationEnabled && PrintsAsItIs(entry)) {
+        switch (GetTagTraits(entry->GetTagId()).Handling) {
+        case TagHandling::Anchor: index = RunBlock<VexlAnchor>(Page, index); break;
+        case TagHandling::Form: HandleForm(entry); break;
+        case TagHandling::Frame: HandleFrame(entry); break;
+        case TagHandling::Script: index = RunBlock<VexlScript>(Page, index); break;
+        case TagHandling::Include: index = RunBlock<VexlInclude>(Page, index); break;
+        case TagHandling::SetVar: HandleSetVar(entry); break;
+        case TagHandling::Loop: index = RunBlock<VexlLoop>(Page, index); break;
+        case TagHandling::DefineTag: HandleDefineTag(entry); break;
+        case TagHandling::If: index = RunBlock<VexlIf>(Page, index); break;
+        case TagHandling::SetHeader: HandleSetHeader(entry); break;
+        case TagHandling::Translation: HandleTranslation(entry); break;
+        case TagHandling::Written: {
+            if (stretches && Page->WritesObjectsAsWritten() && PrintsAsItIs(entry)) {
                 index = WriteStretch(entry, index);
                 break;
             }

@@ -2,6 +2,10 @@
 // and serve, run on pages in a scratch site.
 #include "app/PageRequest.cpp"
 
+#include "outside/quince/SqliteSessionStore.h"
+
+#include <sqlite3.h>
+
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -260,26 +264,224 @@ TEST_F(PageRequestTest, MalformedMultipartIs400)
     EXPECT_EQ(Run(body).Status, 400);
 }
 
-TEST_F(PageRequestTest, NewSessionGetsACookie)
+// Sessions through the front end: a visitor's session is two cookies, made
+// only for pages that bind a session variable.
+class PageRequestSessionTest : public PageRequestTest {
+protected:
+    void SetUp() override
+    {
+        PageRequestTest::SetUp();
+        Write(Site + "/counter.vxl",
+              "<SCRIPT>\nsession int visits = 0\nvisits += 1\nprint \"visits \", visits, \" in \", HTTP_SESSION_ID\n"
+              "</SCRIPT>");
+        Environment["SCRIPT_FILENAME"] = Site + "/counter.vxl";
+    }
+
+    struct Visit {
+        PageResponse Response;
+        std::string Id, Secret;  // from its Set-Cookie headers; empty if none
+    };
+
+    // One request with `cookies` as the Cookie header.
+    Visit Request(const std::string& cookies)
+    {
+        Environment["HTTP_COOKIE"] = cookies;
+        Visit visit{Run(), "", ""};
+        for (const auto& [name, value] : visit.Response.Headers) {
+            if (name != "Set-Cookie")
+                continue;
+            std::string pair = value.substr(0, value.find(';'));
+            std::string cookieName = pair.substr(0, pair.find('='));
+            std::string cookieValue = pair.substr(pair.find('=') + 1);
+            (cookieName == "http_session_id" ? visit.Id : visit.Secret) = cookieValue;
+        }
+        return visit;
+    }
+
+    static std::string Cookies(const Visit& visit)
+    {
+        return "http_session_id=" + visit.Id + "; http_session_secret=" + visit.Secret;
+    }
+
+    static int32_t Signed(const std::string& id) { return static_cast<int32_t>(std::stoul(id)); }
+};
+
+TEST_F(PageRequestSessionTest, APageWithoutSessionVariablesLeavesTheStoreUntouched)
 {
-    PageResponse response = Run();
-    std::string cookie = FindHeader(response, "Set-Cookie");
-    ASSERT_EQ(cookie.rfind("http_session_id=", 0), 0u) << cookie;
-    EXPECT_NE(cookie.find("; Path=/; HttpOnly; SameSite=Lax"), std::string::npos);
-    EXPECT_EQ(cookie.find("http_session_id=0;"), std::string::npos);
+    Environment["SCRIPT_FILENAME"] = Site + "/index.vxl";
+    Visit first = Request("");
+    EXPECT_EQ(first.Response.Status, 200);
+    EXPECT_EQ(FindHeader(first.Response, "Set-Cookie"), "(absent)");
+    Visit claimed = Request("http_session_id=5; http_session_secret=0123456789abcdef0123456789abcdef");
+    EXPECT_EQ(FindHeader(claimed.Response, "Set-Cookie"), "(absent)");
+    EXPECT_NE(access((Base + "/sessions.db").c_str(), F_OK), 0) << "the store was opened";
 }
 
-TEST_F(PageRequestTest, SessionComesFromTheCookie)
+TEST_F(PageRequestSessionTest, TheCounterCountsFromTheFirstVisit)
 {
-    Environment["HTTP_COOKIE"] = "a=b; http_session_id=4242";
-    EXPECT_EQ(FindHeader(Run(), "Set-Cookie"), "http_session_id=4242; Path=/; HttpOnly; SameSite=Lax");
+    Visit first = Request("");
+    ASSERT_FALSE(first.Id.empty());
+    EXPECT_EQ(first.Secret.size(), 32u);
+    EXPECT_EQ(first.Response.Body, "visits 1 in " + std::to_string(Signed(first.Id)));
+    Visit second = Request(Cookies(first));
+    EXPECT_EQ(second.Id, first.Id);
+    EXPECT_EQ(second.Response.Body, "visits 2 in " + std::to_string(Signed(first.Id)));
+    Visit third = Request(Cookies(first));
+    EXPECT_EQ(third.Response.Body, "visits 3 in " + std::to_string(Signed(first.Id)));
+    EXPECT_EQ(FindHeader(third.Response, "Set-Cookie"),
+              "http_session_id=" + first.Id + "; Path=/; HttpOnly; SameSite=Lax");
 }
 
-TEST_F(PageRequestTest, CookieIsSecureOverHttps)
+TEST_F(PageRequestSessionTest, ANumberWithoutItsSecretReachesNoSession)
 {
-    Environment["HTTP_COOKIE"] = "http_session_id=7";
+    Visit owner = Request("");
+    Request(Cookies(owner));  // the owner's count is 2
+    const std::string wrongSecret = owner.Secret.substr(0, 31) + (owner.Secret[31] == '0' ? "1" : "0");
+    const std::string attempts[] = {
+        "http_session_id=" + owner.Id,                                       // no secret
+        "http_session_id=" + owner.Id + "; http_session_secret=" + wrongSecret,  // a guessed one
+        "http_session_id=4242",                                              // made up
+        "http_session_id=4242; http_session_secret=" + owner.Secret,         // another session's secret
+    };
+    for (const std::string& cookies : attempts) {
+        Visit stranger = Request(cookies);
+        EXPECT_NE(stranger.Id, owner.Id) << cookies;
+        EXPECT_NE(stranger.Id, "4242") << cookies;
+        EXPECT_NE(stranger.Secret, owner.Secret) << cookies;
+        EXPECT_EQ(stranger.Response.Body.rfind("visits 1 in ", 0), 0u) << cookies << ": " << stranger.Response.Body;
+    }
+    EXPECT_EQ(Request(Cookies(owner)).Response.Body, "visits 3 in " + std::to_string(Signed(owner.Id)));
+}
+
+TEST_F(PageRequestSessionTest, AnExpiredSessionIsReplaced)
+{
+    Visit first = Request("");
+    // As if it had been idle for 100 s, against an expiry of 10 s.
+    {
+        SqliteSessionStore store(NyxString((Base + "/sessions.db").c_str()));
+        ASSERT_TRUE(store.IsOpen());
+    }
+    sqlite3* db = nullptr;
+    ASSERT_EQ(sqlite3_open((Base + "/sessions.db").c_str(), &db), SQLITE_OK);
+    EXPECT_EQ(sqlite3_exec(db, "UPDATE sessions SET last_access = last_access - 100", nullptr, nullptr, nullptr),
+              SQLITE_OK);
+    sqlite3_close(db);
+    Settings.SessionExpirySeconds = 10;
+    Visit later = Request(Cookies(first));
+    EXPECT_NE(later.Id, first.Id);
+    EXPECT_EQ(later.Response.Body.rfind("visits 1 in ", 0), 0u) << later.Response.Body;
+}
+
+TEST_F(PageRequestSessionTest, CookiesAreSecureOverHttps)
+{
     Environment["HTTPS"] = "on";
-    EXPECT_EQ(FindHeader(Run(), "Set-Cookie"), "http_session_id=7; Path=/; HttpOnly; SameSite=Lax; Secure");
+    Visit visit = Request("");
+    EXPECT_EQ(FindHeader(visit.Response, "Set-Cookie"),
+              "http_session_id=" + visit.Id + "; Path=/; HttpOnly; SameSite=Lax; Secure");
+}
+
+TEST_F(PageRequestSessionTest, ABusySessionEndsTheRequestWithAMessage)
+{
+    Visit first = Request("");
+    Write(Base + "/test.ini", "[QuinceConfig]\nSessionStore = " + Base + "/sessions.db\nSessionLockSeconds = 1\n");
+    {
+        SqliteSessionStore holder(NyxString((Base + "/sessions.db").c_str()));  // another request of the session
+        ASSERT_TRUE(holder.Lock(static_cast<uint32_t>(std::stoul(first.Id)), 0));
+        Visit blocked = Request(Cookies(first));
+        EXPECT_EQ(blocked.Response.Status, 503);
+        EXPECT_EQ(FindHeader(blocked.Response, "Retry-After"), "2");
+        EXPECT_NE(blocked.Response.Body.find("session is busy"), std::string::npos) << blocked.Response.Body;
+    }
+    EXPECT_EQ(Request(Cookies(first)).Response.Body, "visits 2 in " + std::to_string(Signed(first.Id)));
+}
+
+TEST_F(PageRequestSessionTest, AStoreLockedPastTheWaitEndsTheRequestWithAMessage)
+{
+    Visit first = Request("");
+    Write(Base + "/test.ini", "[QuinceConfig]\nSessionStore = " + Base + "/sessions.db\nSessionLockSeconds = 1\n");
+    sqlite3* writer = nullptr;  // another program holding the store's write lock
+    ASSERT_EQ(sqlite3_open((Base + "/sessions.db").c_str(), &writer), SQLITE_OK);
+    ASSERT_EQ(sqlite3_exec(writer, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr), SQLITE_OK);
+    Visit blocked = Request(Cookies(first));
+    EXPECT_EQ(blocked.Response.Status, 503);
+    EXPECT_NE(blocked.Response.Body.find("could not be stored"), std::string::npos) << blocked.Response.Body;
+    sqlite3_exec(writer, "ROLLBACK", nullptr, nullptr, nullptr);
+    sqlite3_close(writer);
+    // The failed request changed nothing; the next one goes on from 1.
+    EXPECT_EQ(Request(Cookies(first)).Response.Body, "visits 2 in " + std::to_string(Signed(first.Id)));
+}
+
+TEST_F(PageRequestSessionTest, AnEmptySessionStoreTurnsSessionsOff)
+{
+    Write(Base + "/test.ini", "[QuinceConfig]\nSessionStore =\n");
+    Visit first = Request("");
+    EXPECT_EQ(first.Response.Body, "visits 1 in 0");
+    EXPECT_EQ(FindHeader(first.Response, "Set-Cookie"), "(absent)");
+}
+
+// Runs with HOME and XDG_STATE_HOME as given ("" unsets), then puts them back.
+class StateEnvironment {
+public:
+    StateEnvironment(const std::string& home, const std::string& state)
+    {
+        Save("HOME", home);
+        Save("XDG_STATE_HOME", state);
+    }
+    ~StateEnvironment()
+    {
+        for (const auto& [name, value] : Saved) {
+            if (value.first)
+                setenv(name.c_str(), value.second.c_str(), 1);
+            else
+                unsetenv(name.c_str());
+        }
+    }
+
+private:
+    void Save(const std::string& name, const std::string& value)
+    {
+        const char* old = std::getenv(name.c_str());
+        Saved.emplace_back(name, std::make_pair(old != nullptr, old != nullptr ? std::string(old) : std::string()));
+        if (value.empty())
+            unsetenv(name.c_str());
+        else
+            setenv(name.c_str(), value.c_str(), 1);
+    }
+    std::vector<std::pair<std::string, std::pair<bool, std::string>>> Saved;
+};
+
+TEST_F(PageRequestSessionTest, WithoutAHomeThereIsNoDefaultStore)
+{
+    Write(Base + "/test.ini", "[QuinceConfig]\n");
+    const std::string scratch = Base + "/tmp";
+    ASSERT_EQ(mkdir(scratch.c_str(), 0700), 0);
+    StateEnvironment noHome("", "");
+    setenv("TMPDIR", scratch.c_str(), 1);
+    Visit visit = Request("");
+    unsetenv("TMPDIR");
+    EXPECT_EQ(visit.Response.Status, 200);
+    EXPECT_EQ(visit.Response.Body, "visits 1 in 0");
+    EXPECT_EQ(FindHeader(visit.Response, "Set-Cookie"), "(absent)");
+    EXPECT_NE(access((scratch + "/vexl-state").c_str(), F_OK), 0) << "the shared temporary folder was used";
+}
+
+TEST_F(PageRequestSessionTest, AStateFolderOthersMayWriteIsRefused)
+{
+    Write(Base + "/test.ini", "[QuinceConfig]\n");
+    const std::string state = Base + "/state";
+    ASSERT_EQ(mkdir(state.c_str(), 0700), 0);
+    ASSERT_EQ(mkdir((state + "/vexl").c_str(), 0700), 0);
+    ASSERT_EQ(chmod((state + "/vexl").c_str(), 0777), 0);  // prepared by someone else to read the sessions
+    StateEnvironment prepared(Base, state);
+    Visit visit = Request("");
+    EXPECT_EQ(visit.Response.Body, "visits 1 in 0");
+    EXPECT_EQ(FindHeader(visit.Response, "Set-Cookie"), "(absent)");
+    EXPECT_NE(access((state + "/vexl/sessions.db").c_str(), F_OK), 0);
+
+    ASSERT_EQ(chmod((state + "/vexl").c_str(), 0700), 0);  // the owner's own: used
+    Visit owned = Request("");
+    EXPECT_FALSE(owned.Id.empty());
+    EXPECT_EQ(access((state + "/vexl/sessions.db").c_str(), F_OK), 0);
 }
 
 TEST_F(PageRequestTest, PageHeadersBecomeResponseHeaders)

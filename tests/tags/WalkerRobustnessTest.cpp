@@ -12,6 +12,7 @@
 #include <sys/wait.h>
 #include <vector>
 
+#include "tags/TagTraits.h"
 #include "values/HtmlObjectList.h"
 #include "values/HtmlTagIds.h"
 
@@ -43,10 +44,7 @@ std::vector<std::string> ExpectedTexts(const fs::path& page) {
     const HtmlObjectList list(page.c_str());
     for (int i = 0; const HtmlObject* object = list.GetEntry(i); ++i) {
         const int id = object->GetTagId();
-        if (id == TagId::Script || id == TagId::Include || id == TagId::SetVar || id == TagId::Loop ||
-            id == TagId::DefTag || id == TagId::If || id == TagId::Translation) {
-            break;
-        }
+        if (GetTagTraits(id).ChangesLaterText) break;
         if (id == TagId::Text && object->GetText().IsNotEmpty()) texts.push_back(object->GetText().ToStd());
     }
     return texts;

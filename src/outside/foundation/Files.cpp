@@ -96,6 +96,19 @@ unsigned FileGetMode(const NyxString& path) {
     return static_cast<unsigned>(facts.st_mode);
 }
 
+bool FileGetIdentity(const NyxString& path, FileIdentity& identity) {
+    identity = FileIdentity();
+    if (!IsNativePath(path)) return false;
+    struct stat facts;
+    if (stat(path.GetString(), &facts) != 0) return false;
+    identity.Device = static_cast<unsigned long long>(facts.st_dev);
+    identity.Inode = static_cast<unsigned long long>(facts.st_ino);
+    identity.Size = static_cast<long long>(facts.st_size);
+    identity.ModifiedNanoseconds =
+        static_cast<long long>(facts.st_mtim.tv_sec) * 1000000000LL + static_cast<long long>(facts.st_mtim.tv_nsec);
+    return true;
+}
+
 int FileSetMode(const NyxString& path, unsigned mode) {
     if (!IsNativePath(path)) return -1;
     return chmod(path.GetString(), static_cast<mode_t>(mode & 07777)) == 0 ? 0 : -1;

@@ -35,6 +35,19 @@ int FileExists(const NyxString& path);
 // The st_mode of the path (0x8000 is set on a regular file); 0 if absent.
 unsigned FileGetMode(const NyxString& path);
 
+// What tells one state of a file from another without reading it: a file
+// that was replaced, grown or written to since has another identity.
+struct FileIdentity {
+    unsigned long long Device = 0;
+    unsigned long long Inode = 0;
+    long long Size = -1;
+    long long ModifiedNanoseconds = 0;
+    bool operator==(const FileIdentity&) const = default;
+};
+
+// The identity of the file at the path (following links); false if absent.
+bool FileGetIdentity(const NyxString& path, FileIdentity& identity);
+
 // Sets the permission bits of the path (0600: read and write for the owner);
 // 0 on success, -1 otherwise.
 int FileSetMode(const NyxString& path, unsigned mode);

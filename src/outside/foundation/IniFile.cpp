@@ -1,8 +1,13 @@
 // IniFile: finds an entry by scanning the lines each time it is asked; a
-// configuration file is small and read once per lookup anyway.
+// configuration file is small. Load keeps the files read, one per path.
 #include "outside/foundation/IniFile.h"
 
+#include <map>
+#include <mutex>
+#include <string>
 #include <string_view>
+
+#include "outside/foundation/Files.h"
 
 namespace {
 
@@ -32,8 +37,35 @@ IniFile::IniFile(const NyxString& path) : File(path) {}
 
 IniFile::~IniFile() = default;
 
+std::shared_ptr<const IniFile> IniFile::Load(const NyxString& path) {
+    struct Kept {
+        FileIdentity Identity;
+        std::shared_ptr<const IniFile> File;
+    };
+    // A site has one or a few configuration files; the map does not grow
+    // with requests.
+    static std::mutex guard;
+    static std::map<std::string, Kept> kept;
+    static constexpr std::size_t kMostFilesKept = 64;
+
+    FileIdentity identity;
+    FileGetIdentity(path, identity);  // an absent file has the identity of none
+    const std::string key = path.ToStd();
+    {
+        const std::lock_guard<std::mutex> lock(guard);
+        const auto found = kept.find(key);
+        if (found != kept.end() && found->second.Identity == identity) return found->second.File;
+    }
+    // Read after the look, so a file changed in between is read again next time.
+    auto file = std::make_shared<const IniFile>(path);
+    const std::lock_guard<std::mutex> lock(guard);
+    if (kept.size() >= kMostFilesKept && kept.find(key) == kept.end()) kept.clear();
+    kept[key] = Kept{identity, file};
+    return file;
+}
+
 bool IniFile::GetEntryValue(const NyxString& section, const NyxString& key, NyxString& value,
-                            const NyxString& defaultValue) {
+                            const NyxString& defaultValue) const {
     const std::string_view wantedSection = Trim(section.View());
     const std::string_view wantedKey = Trim(key.View());
     bool inSection = false;

@@ -2,6 +2,8 @@
 // "key = value" lines. Its base File (File.h) holds the lines.
 #pragma once
 
+#include <memory>
+
 #include "outside/foundation/File.h"
 #include "values/NyxString.h"
 
@@ -17,8 +19,14 @@ public:
     explicit IniFile(const NyxString& path);  // missing file reads as empty
     ~IniFile() override;
 
+    // The file at `path` as a process last read it, read again only when its
+    // identity (device, inode, size, modification time) has changed: one
+    // look at the file per call, so a front end calls this once per request
+    // and hands the result around. Safe from several threads.
+    static std::shared_ptr<const IniFile> Load(const NyxString& path);
+
     // Fills `value` with the entry, or with `defaultValue` when there is none;
     // returns whether the entry was found.
     bool GetEntryValue(const NyxString& section, const NyxString& key, NyxString& value,
-                       const NyxString& defaultValue);
+                       const NyxString& defaultValue) const;
 };

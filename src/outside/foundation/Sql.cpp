@@ -10,6 +10,10 @@ int GenSqlResult::NextRow() { return 0; }
 
 NyxString GenSqlResult::GetColumnText(unsigned column) { return NyxString(); }
 
+GenSqlStatement::~GenSqlStatement() = default;
+
+GenSqlResult* GenSqlStatement::Run(const NyxString* const* parameters, unsigned count) { return nullptr; }
+
 GenSqlConnection* GenSqlConnection::Create(int type) {
     switch (type) {
         case Sqlite:
@@ -24,3 +28,9 @@ GenSqlConnection::~GenSqlConnection() = default;
 int GenSqlConnection::Connect(const NyxString& path) { return 0; }
 
 GenSqlResult* GenSqlConnection::ExecuteSql(const NyxString& text, int flags) { return nullptr; }
+
+GenSqlStatement* GenSqlConnection::Prepare(const NyxString& text) { return nullptr; }
+
+bool GenSqlConnection::ReadChangeStamp(uint64_t& stamp) { return false; }
+
+bool GenSqlConnection::IsCurrent() { return false; }

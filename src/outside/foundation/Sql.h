@@ -2,6 +2,8 @@
 // one kind built in; another kind of database slots in as a subclass.
 #pragma once
 
+#include <cstdint>
+
 #include "values/NyxString.h"
 
 // The rows of one statement's result. NextRow must be called before the first
@@ -14,6 +16,18 @@ public:
     // The text of a column of the current row, numbered from 0; NULL, a column
     // out of range or no current row gives "".
     virtual NyxString GetColumnText(unsigned column);
+};
+
+// A statement prepared once and run many times. Its parameters ($1, $2, ...
+// in its text) are always bound, never formatted into the text. It belongs to
+// the connection that prepared it and is deleted before that connection.
+class GenSqlStatement {
+public:
+    virtual ~GenSqlStatement();
+    // Runs the statement with `count` text parameters, in order. Returns a
+    // result the caller deletes before the statement runs again, or null on
+    // any error.
+    virtual GenSqlResult* Run(const NyxString* const* parameters, unsigned count);
 };
 
 class GenSqlConnection {
@@ -35,4 +49,14 @@ public:
     // byte. Returns a result the caller deletes (no rows for a statement that
     // is not a query), or null on any error. flags is unused.
     virtual GenSqlResult* ExecuteSql(const NyxString& text, int flags);
+    // Prepares exactly one statement, under the rules of ExecuteSql; a
+    // statement the caller owns, or null on any error.
+    virtual GenSqlStatement* Prepare(const NyxString& text);
+    // Sets `stamp` to a number that changes whenever another connection has
+    // committed a change to the database since the last call; false when the
+    // database cannot tell, and the caller must assume a change.
+    virtual bool ReadChangeStamp(uint64_t& stamp);
+    // False when the database connected to is no longer the one the path
+    // names (the file was replaced or removed): a fresh Connect is due.
+    virtual bool IsCurrent();
 };

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <limits>
 #include <sqlite3.h>
+#include <sys/stat.h>
 
 #include "outside/foundation/NativePath.h"
 
@@ -34,10 +35,17 @@ bool HoldsNoStatement(sqlite3* database, const char* tail, const char* end) {
 
 }  // namespace
 
-SqliteResult::SqliteResult(sqlite3_stmt* statement, bool hasRow)
-    : Statement(statement), PendingRow(hasRow), Finished(!hasRow) {}
+SqliteResult::SqliteResult(sqlite3_stmt* statement, bool hasRow, bool borrowed)
+    : Statement(statement), PendingRow(hasRow), Finished(!hasRow), Borrowed(borrowed) {}
 
-SqliteResult::~SqliteResult() { sqlite3_finalize(Statement); }
+SqliteResult::~SqliteResult() {
+    if (!Borrowed) {
+        sqlite3_finalize(Statement);
+        return;
+    }
+    sqlite3_reset(Statement);
+    sqlite3_clear_bindings(Statement);
+}
 
 int SqliteResult::NextRow() {
     if (PendingRow) {
@@ -62,6 +70,29 @@ NyxString SqliteResult::GetColumnText(unsigned column) {
     if (text == nullptr) return NyxString();  // NULL, or out of memory
     int size = sqlite3_column_bytes(Statement, number);
     return NyxString(reinterpret_cast<const char*>(text), static_cast<unsigned>(size));
+}
+
+SqliteStatement::SqliteStatement(sqlite3_stmt* statement) : Statement(statement) {}
+
+SqliteStatement::~SqliteStatement() { sqlite3_finalize(Statement); }
+
+GenSqlResult* SqliteStatement::Run(const NyxString* const* parameters, unsigned count) {
+    if (static_cast<int>(count) != sqlite3_bind_parameter_count(Statement)) return nullptr;
+    for (unsigned i = 0; i < count; ++i) {
+        const NyxString& value = *parameters[i];
+        // SQLITE_TRANSIENT: the text is copied, so the caller's string may go.
+        if (sqlite3_bind_text(Statement, static_cast<int>(i) + 1, value.GetString(), static_cast<int>(value.GetSize()),
+                              SQLITE_TRANSIENT) != SQLITE_OK) {
+            sqlite3_clear_bindings(Statement);
+            return nullptr;
+        }
+    }
+    const int code = sqlite3_step(Statement);
+    if (code == SQLITE_ROW) return new SqliteResult(Statement, true, true);
+    if (code == SQLITE_DONE) return new SqliteResult(Statement, false, true);
+    sqlite3_reset(Statement);
+    sqlite3_clear_bindings(Statement);
+    return nullptr;
 }
 
 SqliteConnection::SqliteConnection() = default;
@@ -91,10 +122,33 @@ int SqliteConnection::Connect(const NyxString& path) {
         return 0;
     }
     Database = database;
+    Path = path;
+    struct stat facts {};
+    if (stat(path.GetString(), &facts) == 0) {
+        Device = facts.st_dev;
+        Inode = facts.st_ino;
+    }
     return 1;
 }
 
-GenSqlResult* SqliteConnection::ExecuteSql(const NyxString& text, int flags) {
+bool SqliteConnection::ReadChangeStamp(uint64_t& stamp) {
+    if (Database == nullptr) return false;
+    sqlite3_stmt* statement = nullptr;
+    if (sqlite3_prepare_v2(Database, "PRAGMA data_version", -1, &statement, nullptr) != SQLITE_OK) return false;
+    const bool read = sqlite3_step(statement) == SQLITE_ROW;
+    if (read) stamp = static_cast<uint64_t>(sqlite3_column_int64(statement, 0));
+    sqlite3_finalize(statement);
+    return read;
+}
+
+bool SqliteConnection::IsCurrent() {
+    if (Database == nullptr) return false;
+    struct stat facts {};
+    if (stat(Path.GetString(), &facts) != 0) return false;
+    return facts.st_dev == Device && facts.st_ino == Inode;
+}
+
+sqlite3_stmt* SqliteConnection::PrepareOne(const NyxString& text) {
     if (Database == nullptr) return nullptr;
     const char* begin = text.GetString();
     const unsigned size = text.GetSize();
@@ -115,7 +169,12 @@ GenSqlResult* SqliteConnection::ExecuteSql(const NyxString& text, int flags) {
         sqlite3_finalize(statement);
         return nullptr;
     }
+    return statement;
+}
 
+GenSqlResult* SqliteConnection::ExecuteSql(const NyxString& text, int flags) {
+    sqlite3_stmt* statement = PrepareOne(text);
+    if (statement == nullptr) return nullptr;
     int code = sqlite3_step(statement);
     if (code == SQLITE_ROW) return new SqliteResult(statement, true);
     if (code != SQLITE_DONE) {
@@ -124,4 +183,9 @@ GenSqlResult* SqliteConnection::ExecuteSql(const NyxString& text, int flags) {
     }
     // A statement without rows has run to its end; its result has no row.
     return new SqliteResult(statement, false);
+}
+
+GenSqlStatement* SqliteConnection::Prepare(const NyxString& text) {
+    sqlite3_stmt* statement = PrepareOne(text);
+    return statement == nullptr ? nullptr : new SqliteStatement(statement);
 }

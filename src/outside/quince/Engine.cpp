@@ -102,17 +102,19 @@ Engine::~Engine() {
     Globals.Clear();
     Page.Clear();
     Sessions.Clear();
-    CloseSessionStore();
     Natives.clear();
 }
 
 // --- Configuration -----------------------------------------------------------------------
 
+const IniFile& Engine::GetConfig() const {
+    static const IniFile kNone{NyxString()};
+    return Config != nullptr ? *Config : kNone;
+}
+
 NyxString Engine::ReadConfig(const char* key) {
     NyxString value;
-    if (IniPath.IsEmpty()) return value;
-    IniFile file(IniPath);
-    file.GetEntryValue("QuinceConfig", key, value, NyxString());
+    GetConfig().GetEntryValue("QuinceConfig", key, value, NyxString());
     return value;
 }
 
@@ -141,7 +143,7 @@ const Limits& Engine::ReadLimits() {
     LimitsRead = true;
     CurrentLimits = Limits();
     if (IniPath.IsNotEmpty()) {
-        IniFile file(IniPath);
+        const IniFile& file = GetConfig();
         auto read = [&file](const char* key, uint64_t fallback) {
             NyxString value;
             file.GetEntryValue("QuinceConfig", key, value, NyxString());

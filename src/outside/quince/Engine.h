@@ -5,12 +5,14 @@
 
 #include <cstdint>
 #include <cstring>
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
 #include <unordered_map>
 #include <vector>
 
+#include "outside/foundation/IniFile.h"
 #include "outside/quince/FunctionModule.h"
 #include "outside/quince/Limits.h"
 #include "outside/quince/Procedure.h"
@@ -112,6 +114,8 @@ public:
     // --- Configuration (Engine.cpp)
     NyxString IniDir;
     NyxString IniPath;
+    std::shared_ptr<const IniFile> Config;  // the file at IniPath, read once; none without a path
+    const IniFile& GetConfig() const;
     const Limits& GetLimits() { return LimitsRead ? CurrentLimits : ReadLimits(); }
     NyxString ReadConfig(const char* key);  // section QuinceConfig; empty if absent
     void ForgetConfig() { LimitsRead = false; }
@@ -191,15 +195,25 @@ public:
 
     // --- Sessions (EngineSessions.cpp)
     unsigned SessionId = 0;
-    bool SessionIdSet = false;
-    SessionStore* GetSessionStore();  // opened on first use; null if it cannot be opened
-    void CloseSessionStore();
-    NyxString SessionStorePath();
+    bool SessionIdSet = false;  // a number is in force: given, or settled from a claim
+    SessionStore* GetSessionStore();  // this thread's store, opened on first use; null if there is none
     bool DoesSessionExist(unsigned id);
     void ExpireSessions(unsigned ageSeconds);
     void SetSessionId(unsigned id);
+    // The session a visitor's cookies name, settled only when a `session`
+    // variable is first bound: resumed if the store holds it with that secret
+    // and it has not been idle for `expirySeconds`, else a new one. `settled`
+    // hears the number then. Until then no store is opened.
+    void ClaimSession(unsigned id, const std::string& secret, unsigned expirySeconds,
+                      std::function<void(unsigned)> settled);
+    bool IsSessionClaimed() const { return Claim.Active; }
+    const std::string& GetSessionSecret() const { return Claim.Secret; }  // of the settled session
+    const NyxString& GetSessionProblem() const { return SessionProblem; }
+    // The session could not be used or kept: its lock or its write-back failed.
+    bool HasSessionFailed() const { return SessionBusy; }
     // Binds `name` in the session list: from the store if it holds it, else `initial`.
     bool DeclareSessionVariable(std::string_view name, DeclaredType type, Value& initial, NyxString& error);
+    // Writes the session list back in one transaction and lets the session's lock go.
     void SaveSessionVariables();
 
     // --- State for the library
@@ -233,8 +247,28 @@ private:
     // Made on the first EvaluateExpressionView.
     std::unique_ptr<ExpressionViews, void (*)(ExpressionViews*)> Views{nullptr, DeleteExpressionViews};
 
-    SessionStore* Store = nullptr;  // owned; opened on first use
-    bool StoreTried = false;        // opening was tried (and perhaps failed)
+    struct SessionClaimState {
+        bool Active = false;    // ClaimSession was called
+        unsigned Id = 0;        // as the cookie gave it; checked when settling
+        std::string Secret;     // the cookie's, then the settled session's
+        unsigned ExpirySeconds = 0;
+        std::function<void(unsigned)> Settled;
+        bool SettleTried = false;
+    };
+    SessionClaimState Claim;
+    SessionStore* Store = nullptr;  // this thread's (not owned); found on first use
+    bool StoreTried = false;        // finding it was tried (and perhaps failed)
+    bool SessionLocked = false;     // this request holds the session's lock
+    bool SessionBusy = false;       // the lock or the write-back failed: the session is not used
+    bool SessionDirty = false;      // something to write back at the end
+    NyxString SessionProblem;       // what went wrong with the session, for the front end's log
+    bool SettleClaim(NyxString& error);
+    bool LockSession(NyxString& error);
+    void ReadSessionSettings();
+    bool SessionSettingsRead = false;
+    bool SessionStoreConfigured = false;  // the key is present, perhaps empty
+    NyxString SessionStoreSetting;
+    unsigned SessionLockMilliseconds = 0;
 
     uint64_t RandomState = 0;
 

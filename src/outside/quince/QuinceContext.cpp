@@ -3,6 +3,7 @@
 #include "outside/quince/QuinceContext.h"
 
 #include "outside/foundation/Files.h"
+#include "outside/foundation/IniFile.h"
 #include "outside/foundation/Paths.h"
 #include "outside/quince/Engine.h"
 
@@ -18,10 +19,13 @@ void QuinceContext::SetIniDir(const NyxString& dir) { EngineState->IniDir = dir;
 
 void QuinceContext::SetIniPath(const NyxString& path) {
     EngineState->IniPath = path;
+    EngineState->Config = path.IsEmpty() ? nullptr : IniFile::Load(path);
     EngineState->ForgetConfig();
 }
 
 NyxString QuinceContext::GetIniPath() const { return EngineState->IniPath; }
+
+const IniFile& QuinceContext::GetConfig() const { return EngineState->GetConfig(); }
 
 NyxString QuinceContext::GetExePath() const { return GetExecutablePath(); }
 
@@ -82,6 +86,21 @@ int QuinceContext::AddVariable(Variable* variable, enum_VarListType list) {
 void QuinceContext::SetSessionId(unsigned id) { EngineState->SetSessionId(id); }
 
 bool QuinceContext::DoesSessionExist(unsigned id) { return EngineState->DoesSessionExist(id); }
+
+void QuinceContext::ClaimSession(unsigned id, const NyxString& secret, unsigned expiry,
+                                 std::function<void(unsigned)> settled) {
+    EngineState->ClaimSession(id, secret.ToStd(), expiry, std::move(settled));
+}
+
+bool QuinceContext::IsSessionSettled() const { return EngineState->SessionIdSet; }
+
+NyxString QuinceContext::GetSessionSecret() const {
+    return NyxString(std::string_view(EngineState->GetSessionSecret()));
+}
+
+NyxString QuinceContext::GetSessionProblem() const { return EngineState->GetSessionProblem(); }
+
+bool QuinceContext::HasSessionFailed() const { return EngineState->HasSessionFailed(); }
 
 void QuinceContext::ExpireOldSessions(unsigned age) { EngineState->ExpireSessions(age); }
 

@@ -4,11 +4,13 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 
 #include "outside/quince/FunctionModule.h"
 #include "outside/quince/ProcedureList.h"
 #include "values/NyxString.h"
 
+class IniFile;
 class XmlProxyClient;
 class Stack;
 class Variable;
@@ -25,9 +27,12 @@ public:
 
     // Configuration: the folder and the path of the site's configuration file.
     // The engine reads its keys from section "QuinceConfig" of GetIniPath()'s file.
+    // SetIniPath reads the file (or takes it as last read, if unchanged) once;
+    // GetConfig gives it to everyone who reads configuration for this context.
     void SetIniDir(const NyxString& dir);
     void SetIniPath(const NyxString& path);
     NyxString GetIniPath() const;
+    const IniFile& GetConfig() const;
     NyxString GetExePath() const;
 
     // Output: with a target set, print appends straight to it; without one,
@@ -65,6 +70,17 @@ public:
     void SetSessionId(unsigned id);
     bool DoesSessionExist(unsigned id);
     void ExpireOldSessions(unsigned age);  // removes sessions idle longer than `age` seconds
+    // For web front ends: the session that the visitor's cookies name (0 and
+    // "" for none), settled when a script first binds a session variable:
+    // resumed if the store holds it with that secret and it has been idle
+    // less than `expiry` seconds, else a new one with a number and secret of
+    // its own. `settled` hears the number. A request that binds none opens
+    // no store.
+    void ClaimSession(unsigned id, const NyxString& secret, unsigned expiry, std::function<void(unsigned)> settled);
+    bool IsSessionSettled() const;
+    NyxString GetSessionSecret() const;   // the settled session's secret
+    NyxString GetSessionProblem() const;  // why sessions failed in this request; empty if they did not
+    bool HasSessionFailed() const;        // its lock could not be had, or its changes not stored
 
     // Native functions and modules.
     bool LoadFunctionModule(const NyxString& name, const NyxString& path, void** handle);

@@ -1,7 +1,10 @@
 // Tests of IniFile and its base File: sections, keys, comments, blanks.
 #include "outside/foundation/IniFile.h"
 
+#include <chrono>
+#include <filesystem>
 #include <fstream>
+#include <memory>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -139,4 +142,36 @@ TEST_F(IniFileTest, DefaultMayBeTheValueItself) {
     NyxString value("same");
     EXPECT_FALSE(ini.GetEntryValue("S", "k", value, value));
     EXPECT_EQ(value.ToStd(), "same");
+}
+
+// A long-running process reads its configuration once, and again only after
+// the file changed: a replaced file, a rewritten one of the same size, or one
+// that was removed.
+TEST_F(IniFileTest, LoadKeepsTheFileUntilItChanges) {
+    const NyxString path = Write("[QuinceConfig]\nMaxSteps = 100\n");
+    const std::shared_ptr<const IniFile> first = IniFile::Load(path);
+    EXPECT_EQ(IniFile::Load(path), first);
+    NyxString value;
+    first->GetEntryValue("QuinceConfig", "MaxSteps", value, "");
+    EXPECT_EQ(value.ToStd(), "100");
+
+    // Same size, another modification time.
+    std::filesystem::last_write_time(path.ToStd(), std::filesystem::last_write_time(path.ToStd()) - std::chrono::hours(1));
+    Write("[QuinceConfig]\nMaxSteps = 200\n");
+    std::filesystem::last_write_time(path.ToStd(), std::filesystem::file_time_type::clock::now() + std::chrono::hours(1));
+    const std::shared_ptr<const IniFile> second = IniFile::Load(path);
+    EXPECT_NE(second, first);
+    second->GetEntryValue("QuinceConfig", "MaxSteps", value, "");
+    EXPECT_EQ(value.ToStd(), "200");
+
+    // Replaced by another file (another inode) with the same text and times.
+    const std::string other = Folder / "other.ini";
+    std::ofstream(other, std::ios::binary) << "[QuinceConfig]\nMaxSteps = 300\n";
+    std::filesystem::last_write_time(other, std::filesystem::last_write_time(path.ToStd()));
+    std::filesystem::rename(other, path.ToStd());
+    IniFile::Load(path)->GetEntryValue("QuinceConfig", "MaxSteps", value, "");
+    EXPECT_EQ(value.ToStd(), "300");
+
+    std::filesystem::remove(path.ToStd());
+    EXPECT_FALSE(IniFile::Load(path)->GetEntryValue("QuinceConfig", "MaxSteps", value, ""));
 }

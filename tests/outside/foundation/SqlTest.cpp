@@ -3,6 +3,9 @@
 #include "outside/foundation/Sql.h"
 
 #include <chrono>
+#include <filesystem>
+#include <initializer_list>
+#include <vector>
 #include <fstream>
 #include <memory>
 #include <sqlite3.h>
@@ -213,4 +216,84 @@ TEST_F(SqlTest, ReconnectingMovesToTheNewFile) {
     ASSERT_TRUE(Run("INSERT INTO words VALUES ('first', '')"));
     ASSERT_NE(Connection->Connect(NyxString(std::string_view(Folder / "second.db"))), 0);
     EXPECT_EQ(First("SELECT count(*) FROM words"), "<null>");
+}
+
+namespace {
+
+// The first column of the first row of a prepared statement run with `words`.
+std::string RunPrepared(GenSqlStatement& statement, std::initializer_list<const char*> words) {
+    std::vector<NyxString> values(words.begin(), words.end());
+    std::vector<const NyxString*> parameters;
+    for (const NyxString& value : values) parameters.push_back(&value);
+    std::unique_ptr<GenSqlResult> result(statement.Run(parameters.data(), static_cast<unsigned>(parameters.size())));
+    if (result == nullptr) return "<null>";
+    if (result->NextRow() == 0) return "<none>";
+    return result->GetColumnText(0).ToStd();
+}
+
+}  // namespace
+
+TEST_F(SqlTest, PreparedStatementRunsAgainWithEachParameterBound) {
+    std::unique_ptr<GenSqlStatement> insert(Connection->Prepare("INSERT INTO words VALUES ($1, $2)"));
+    std::unique_ptr<GenSqlStatement> select(Connection->Prepare("SELECT translated FROM words WHERE original = $1"));
+    ASSERT_NE(insert, nullptr);
+    ASSERT_NE(select, nullptr);
+    EXPECT_EQ(RunPrepared(*insert, {"It's", "C'est"}), "<none>");
+    EXPECT_EQ(RunPrepared(*insert, {"x'); DROP TABLE words; --", "kept"}), "<none>");
+    EXPECT_EQ(RunPrepared(*select, {"It's"}), "C'est");
+    EXPECT_EQ(RunPrepared(*select, {"x'); DROP TABLE words; --"}), "kept");
+    EXPECT_EQ(RunPrepared(*select, {"absent"}), "<none>");
+    EXPECT_EQ(Count(), "2");
+}
+
+TEST_F(SqlTest, PreparedStatementRefusesTheWrongNumberOfParameters) {
+    std::unique_ptr<GenSqlStatement> select(Connection->Prepare("SELECT translated FROM words WHERE original = $1"));
+    ASSERT_NE(select, nullptr);
+    EXPECT_EQ(RunPrepared(*select, {}), "<null>");
+    EXPECT_EQ(RunPrepared(*select, {"a", "b"}), "<null>");
+}
+
+TEST_F(SqlTest, PrepareRefusesWhatExecuteRefuses) {
+    EXPECT_EQ(Connection->Prepare("SELECT 1; SELECT 2"), nullptr);
+    EXPECT_EQ(Connection->Prepare("SELECT nothing FROM nowhere"), nullptr);
+    EXPECT_EQ(Connection->Prepare(NyxString(std::string_view("SELECT 1\0", 9))), nullptr);
+    std::unique_ptr<GenSqlConnection> unconnected(GenSqlConnection::Create(6));
+    EXPECT_EQ(unconnected->Prepare("SELECT 1"), nullptr);
+}
+
+TEST_F(SqlTest, PreparedStatementRunsAfterAFailedRun) {
+    ASSERT_TRUE(Run("CREATE UNIQUE INDEX one_original ON words (original)"));
+    std::unique_ptr<GenSqlStatement> insert(Connection->Prepare("INSERT INTO words VALUES ($1, '')"));
+    ASSERT_NE(insert, nullptr);
+    EXPECT_EQ(RunPrepared(*insert, {"twice"}), "<none>");
+    EXPECT_EQ(RunPrepared(*insert, {"twice"}), "<null>");
+    EXPECT_EQ(RunPrepared(*insert, {"once"}), "<none>");
+    EXPECT_EQ(Count(), "2");
+}
+
+TEST_F(SqlTest, ChangeStampMovesOnlyForOtherConnectionsCommits) {
+    uint64_t before = 0, after = 0;
+    ASSERT_TRUE(Connection->ReadChangeStamp(before));
+    ASSERT_TRUE(Run("INSERT INTO words VALUES ('own', '')"));
+    ASSERT_TRUE(Connection->ReadChangeStamp(after));
+    EXPECT_EQ(before, after) << "the connection's own change";
+    std::unique_ptr<GenSqlConnection> other(GenSqlConnection::Create(6));
+    ASSERT_NE(other->Connect(NyxString(std::string_view(DatabasePath()))), 0);
+    delete other->ExecuteSql("UPDATE words SET translated = 'x'", 0);
+    ASSERT_TRUE(Connection->ReadChangeStamp(after));
+    EXPECT_NE(before, after);
+}
+
+TEST_F(SqlTest, ReplacedOrRemovedFileIsNoLongerCurrent) {
+    EXPECT_TRUE(Connection->IsCurrent());
+    {
+        std::unique_ptr<GenSqlConnection> other(GenSqlConnection::Create(6));
+        ASSERT_NE(other->Connect(NyxString(std::string_view(Folder / "other.db"))), 0);
+    }
+    std::filesystem::rename(Folder / "other.db", DatabasePath());
+    EXPECT_FALSE(Connection->IsCurrent());
+    ASSERT_NE(Connection->Connect(NyxString(std::string_view(DatabasePath()))), 0);
+    EXPECT_TRUE(Connection->IsCurrent());
+    std::filesystem::remove(DatabasePath());
+    EXPECT_FALSE(Connection->IsCurrent());
 }

@@ -1,0 +1,2 @@
+</table>
+</body></html>

@@ -1,0 +1,2 @@
+<html><head><title>Orders</title></head><body>
+<table class="orders">

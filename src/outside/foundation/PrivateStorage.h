@@ -1,0 +1,27 @@
+// PrivateStorage: folders and files that hold one user's private state (the
+// session store), created so that no other user can read, plant or replace
+// them, and refused when someone else could have.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+// Makes `folder` (and its missing parents) with mode 0700, then checks it:
+// a real folder, owned by the running user (or by root), writable by nobody
+// else. False with the reason in `problem` otherwise.
+bool MakePrivateFolder(const std::string& folder, std::string& problem);
+
+// Creates the file with mode 0600 when it is missing (never through a link),
+// then checks it: a regular file owned by the running user, writable by
+// nobody else. False with the reason in `problem` otherwise.
+bool MakePrivateFile(const std::string& path, std::string& problem);
+
+// What tells one file from another that replaced it at the same path.
+struct FileIdentity {
+    uint64_t Device = 0;
+    uint64_t Inode = 0;
+    bool operator==(const FileIdentity& other) const = default;
+};
+
+// The identity of the file at `path` (links followed); false if there is none.
+bool GetFileIdentity(const std::string& path, FileIdentity& identity);

@@ -1,0 +1,89 @@
+// SessionStoreCache: a short list per thread, the least recently used store
+// closed first when it is full.
+#include "outside/quince/SessionStoreCache.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <system_error>
+#include <vector>
+
+#include "outside/foundation/PrivateStorage.h"
+#include "outside/quince/SqliteSessionStore.h"
+
+namespace {
+
+// A process serves one site or a few; more stores than this at once are
+// opened and closed again rather than kept.
+constexpr std::size_t kMaxKeptStores = 4;
+
+struct KeptStore {
+    std::string Path;       // absolute, so that a change of folder does not confuse it
+    FileIdentity Identity;  // of the file when it was opened
+    std::unique_ptr<SqliteSessionStore> Store;
+    uint64_t LastUse = 0;
+};
+
+struct ThreadStores {
+    std::vector<KeptStore> Kept;
+    uint64_t Uses = 0;
+};
+
+ThreadStores& Stores() {
+    thread_local ThreadStores stores;
+    return stores;
+}
+
+constexpr std::string_view kSqlitePrefix = "sqlite:";
+
+}  // namespace
+
+SessionStore* UseSessionStore(const NyxString& location, std::string& problem) {
+    std::string path = location.ToStd();
+    if (path.rfind("postgresql:", 0) == 0 || path.rfind("postgres:", 0) == 0) {
+        problem = "this vexl keeps sessions in SQLite only";
+        return nullptr;
+    }
+    if (path.rfind(kSqlitePrefix, 0) == 0) path.erase(0, kSqlitePrefix.size());
+    if (path.empty()) {
+        problem = "no session store was named";
+        return nullptr;
+    }
+    std::error_code failed;
+    const std::filesystem::path absolute = std::filesystem::absolute(path, failed);
+    if (!failed) path = absolute.lexically_normal().string();
+
+    ThreadStores& stores = Stores();
+    ++stores.Uses;
+    for (std::size_t i = 0; i < stores.Kept.size(); ++i) {
+        KeptStore& kept = stores.Kept[i];
+        if (kept.Path != path) continue;
+        FileIdentity now;
+        if (GetFileIdentity(path, now) && now == kept.Identity) {
+            kept.LastUse = stores.Uses;
+            return kept.Store.get();
+        }
+        // Replaced or removed since: this connection would write into the old file.
+        kept.Store->AbandonReplacedFile();
+        stores.Kept.erase(stores.Kept.begin() + static_cast<std::ptrdiff_t>(i));
+        break;
+    }
+
+    auto store = std::make_unique<SqliteSessionStore>(NyxString(path.c_str()));
+    FileIdentity identity;
+    if (!store->IsOpen() || !GetFileIdentity(path, identity)) {
+        problem = store->Problem().empty() ? "the session store cannot be opened" : store->Problem();
+        return nullptr;
+    }
+    if (stores.Kept.size() >= kMaxKeptStores) {
+        std::size_t oldest = 0;
+        for (std::size_t i = 1; i < stores.Kept.size(); ++i) {
+            if (stores.Kept[i].LastUse < stores.Kept[oldest].LastUse) oldest = i;
+        }
+        stores.Kept.erase(stores.Kept.begin() + static_cast<std::ptrdiff_t>(oldest));
+    }
+    stores.Kept.push_back(KeptStore{path, identity, std::move(store), stores.Uses});
+    return stores.Kept.back().Store.get();
+}
+
+void CloseSessionStores() { Stores().Kept.clear(); }

@@ -1,0 +1,218 @@
+// TranslationSource: the answers of a translation table kept in memory, and
+// the thread's kept sources. A kept answer is only ever one that the database
+// would give now: the answers are dropped whenever another connection has
+// committed a change since they were read.
+#include "page/TranslationSource.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "outside/foundation/Sql.h"
+
+namespace {
+
+// Sources kept open on one thread: a site uses one or two translation
+// databases; more are closed, least recently used first.
+constexpr std::size_t kMaxKeptSources = 4;
+// Memory for one source's answers: far above a site's texts (a thousand texts
+// of a hundred bytes take a few hundred KiB); past it the answers are dropped
+// and gathered again, so that a page of ever new texts cannot grow it.
+constexpr std::size_t kMaxAnswerBytes = 8u << 20;
+// What a kept answer costs beside its two texts: the map's node and bucket.
+constexpr std::size_t kAnswerOverhead = 96;
+
+// A failed answer keeps its text twice: in the map and in its table's list.
+constexpr std::size_t FailedCost(std::size_t textSize) { return 2 * textSize + kAnswerOverhead; }
+
+}  // namespace
+
+struct TranslationSourcePool {
+    std::vector<std::unique_ptr<TranslationSource>> Sources;
+    uint64_t Clock = 0;
+};
+
+namespace {
+
+TranslationSourcePool& ThreadPool() {
+    static thread_local TranslationSourcePool pool;
+    return pool;
+}
+
+}  // namespace
+
+std::atomic<uint64_t> TranslationSource::CurrentGeneration{1};
+
+TranslationSource* TranslationSource::Acquire(const NyxString& path) {
+    TranslationSourcePool& pool = ThreadPool();
+    BumpGeneration();
+    auto& sources = pool.Sources;
+    auto found = std::find_if(sources.begin(), sources.end(),
+                              [&](const auto& source) { return source->Path.IsEqualTo(path, true); });
+    if (found != sources.end()) {
+        TranslationSource* source = found->get();
+        if (source->Users == 0 && !source->Check()) {
+            sources.erase(found);
+            return nullptr;
+        }
+        ++source->Users;
+        source->LastUse = ++pool.Clock;
+        return source;
+    }
+
+    std::unique_ptr<TranslationSource> source(new TranslationSource(path));
+    if (!source->Connect()) return nullptr;
+    if (sources.size() >= kMaxKeptSources) {
+        auto idle = sources.end();
+        for (auto at = sources.begin(); at != sources.end(); ++at) {
+            if ((*at)->Users == 0 && (idle == sources.end() || (*at)->LastUse < (*idle)->LastUse)) idle = at;
+        }
+        if (idle != sources.end()) sources.erase(idle);
+    }
+    source->Users = 1;
+    source->LastUse = ++pool.Clock;
+    sources.push_back(std::move(source));
+    return sources.back().get();
+}
+
+void TranslationSource::Release(TranslationSource* source) {
+    if (source == nullptr) return;
+    if (source->Users > 0) --source->Users;
+    BumpGeneration();
+}
+
+TranslationSource::TranslationSource(const NyxString& path) : Path(path) {}
+
+TranslationSource::~TranslationSource() { Tables.clear(); }
+
+TranslationSource::Table::~Table() = default;
+
+bool TranslationSource::Connect() {
+    Tables.clear();
+    DropAnswers();
+    Connection.reset(GenSqlConnection::Create(GenSqlConnection::Sqlite));
+    if (Connection == nullptr || Connection->Connect(Path) == 0) {
+        Connection.reset();
+        return false;
+    }
+    HasChangeStamp = Connection->ReadChangeStamp(ChangeStamp);
+    return true;
+}
+
+bool TranslationSource::Check() {
+    if (Connection == nullptr || !Connection->IsCurrent()) return Connect();
+    uint64_t stamp = 0;
+    const bool read = Connection->ReadChangeStamp(stamp);
+    if (!read || !HasChangeStamp || stamp != ChangeStamp) {
+        DropAnswers();
+    } else {
+        // A failed insert may succeed now (a lock let go, a file made writable).
+        DropFailedAnswers();
+    }
+    ChangeStamp = stamp;
+    HasChangeStamp = read;
+    return true;
+}
+
+void TranslationSource::DropAnswers() {
+    for (auto& table : Tables) {
+        table->Answers.clear();
+        table->Failed.clear();
+    }
+    AnswerBytes = 0;
+    BumpGeneration();
+}
+
+void TranslationSource::DropFailedAnswers() {
+    for (auto& table : Tables) {
+        for (const std::string& text : table->Failed) {
+            if (table->Answers.erase(text) != 0) AnswerBytes -= std::min(AnswerBytes, FailedCost(text.size()));
+        }
+        table->Failed.clear();
+    }
+}
+
+TranslationSource::Table& TranslationSource::FindTable(const NyxString& name, const NyxString& keyColumn,
+                                                       const NyxString& valueColumn) {
+    auto matches = [&](const Table& table) {
+        return table.Name.IsEqualTo(name, true) && table.KeyColumn.IsEqualTo(keyColumn, true) &&
+               table.ValueColumn.IsEqualTo(valueColumn, true);
+    };
+    if (LastTable < Tables.size() && matches(*Tables[LastTable])) return *Tables[LastTable];
+    for (std::size_t i = 0; i < Tables.size(); ++i) {
+        if (!matches(*Tables[i])) continue;
+        LastTable = i;
+        return *Tables[i];
+    }
+    auto table = std::make_unique<Table>();
+    table->Name = name;
+    table->KeyColumn = keyColumn;
+    table->ValueColumn = valueColumn;
+    Tables.push_back(std::move(table));
+    LastTable = Tables.size() - 1;
+    return *Tables.back();
+}
+
+bool TranslationSource::Translate(const NyxString& tableName, const NyxString& keyColumn,
+                                  const NyxString& valueColumn, NyxString& text) {
+    // Such a text never reached the database as one literal; it still does not.
+    if (std::memchr(text.GetString(), '\0', text.GetSize()) != nullptr) return false;
+    Table& table = FindTable(tableName, keyColumn, valueColumn);
+    auto apply = [&text](const std::string& value) {
+        // An empty value, or one that begins with a line break, is not a translation.
+        if (!value.empty() && value[0] != '\n' && value[0] != '\r') text = NyxString(std::string_view(value));
+        return true;
+    };
+
+    auto kept = table.Answers.find(text.View());
+    if (kept != table.Answers.end()) return kept->second.Known ? apply(kept->second.Value) : false;
+
+    std::string value;
+    if (Select(table, text, value)) {
+        Keep(table, text, value, true);
+        return apply(value);
+    }
+    if (Insert(table, text)) {
+        Keep(table, text, std::string(), true);
+        return false;
+    }
+    // Another connection may have added the text between the two statements.
+    const bool known = Select(table, text, value);
+    Keep(table, text, std::move(value), known);
+    return false;
+}
+
+bool TranslationSource::Select(Table& table, const NyxString& text, std::string& value) {
+    if (table.Select == nullptr) {
+        NyxString statement;
+        statement.Printf("SELECT %S FROM %S WHERE %S = $1", &table.ValueColumn, &table.Name, &table.KeyColumn);
+        table.Select.reset(Connection->Prepare(statement));
+        if (table.Select == nullptr) return false;
+    }
+    const NyxString* parameters[] = {&text};
+    std::unique_ptr<GenSqlResult> result(table.Select->Run(parameters, 1));
+    if (result == nullptr || result->NextRow() == 0) return false;
+    value = result->GetColumnText(0).ToStd();
+    return true;
+}
+
+bool TranslationSource::Insert(Table& table, const NyxString& text) {
+    if (table.Insert == nullptr) {
+        NyxString statement;
+        statement.Printf("INSERT INTO %S (%S, %S) VALUES ($1, '')", &table.Name, &table.KeyColumn,
+                         &table.ValueColumn);
+        table.Insert.reset(Connection->Prepare(statement));
+        if (table.Insert == nullptr) return false;
+    }
+    const NyxString* parameters[] = {&text};
+    std::unique_ptr<GenSqlResult> result(table.Insert->Run(parameters, 1));
+    return result != nullptr;
+}
+
+void TranslationSource::Keep(Table& table, const NyxString& text, std::string value, bool known) {
+    if (!known) value.clear();
+    const std::size_t cost = known ? text.GetSize() + value.size() + kAnswerOverhead : FailedCost(text.GetSize());
+    if (AnswerBytes + cost > kMaxAnswerBytes) DropAnswers();
+    auto [kept, added] = table.Answers.emplace(text.ToStd(), Answer{std::move(value), known});
+    AnswerBytes += cost;
+    if (added && !known) table.Failed.push_back(kept->first);
+}
