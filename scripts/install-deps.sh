@@ -11,6 +11,8 @@ packages=(
   clang libclang-rt-14-dev                            # fuzzing (libFuzzer)
   python3 perl                                        # test tools and foreign-script tests
   libfcgi-dev                                         # the FastCGI front end
+  dpkg-dev                                            # the Debian package (cpack -G DEB, dpkg-shlibdeps)
+  lighttpd nginx apache2                              # the servers of docs/deploy.md, started by its test
 )
 
 is_installed() {
@@ -40,5 +42,17 @@ run_as_root() {
 
 echo "install-deps: installing ${missing[*]}"
 export DEBIAN_FRONTEND=noninteractive
-run_as_root apt-get update -q
-run_as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -q --no-install-recommends "${missing[@]}"
+# The web servers are only started by the tests, on 127.0.0.1 and free
+# ports: keep their packages from starting a service on port 80 as they
+# install (a policy-rc.d that refuses, unless the machine has one already).
+policy=/usr/sbin/policy-rc.d
+made_policy=0
+if [ ! -e "$policy" ]; then
+  run_as_root sh -c "printf '#!/bin/sh\nexit 101\n' > $policy && chmod 755 $policy"
+  made_policy=1
+fi
+status=0
+run_as_root apt-get update -q || status=$?
+[ "$status" -ne 0 ] || run_as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -q --no-install-recommends "${missing[@]}" || status=$?
+[ "$made_policy" -eq 0 ] || run_as_root rm -f "$policy"
+exit "$status"

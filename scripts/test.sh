@@ -3,9 +3,14 @@
 #   1. a normal build with every test,
 #   2. the end-to-end test: the example site behind lighttpd (CGI and
 #      FastCGI), driven by headless Chromium,
-#   3. the same build and tests under AddressSanitizer and
+#      and every web server configuration of docs/deploy.md, taken from the
+#      document and started as written there (scripts/e2e/deploy_snippets.py),
+#   3. the Debian package (scripts/package/run.sh): built with CPack,
+#      unpacked into a scratch root with the build folder gone, the installed
+#      program run and a consumer program built against it,
+#   4. the same build and tests under AddressSanitizer and
 #      UndefinedBehaviorSanitizer,
-#   4. a clang libFuzzer build, each fuzz target run for a short while.
+#   5. a clang libFuzzer build, each fuzz target run for a short while.
 # Made to finish well within 30 minutes on 2 cores.
 set -euo pipefail
 
@@ -44,6 +49,14 @@ run_tests release build/ci-release
 step "end-to-end: lighttpd and Chromium"
 bash scripts/e2e/run.sh build/ci-release 2>&1 | tee "$logs/e2e.log"
 summaries+=("end-to-end:" "$(grep -E '^e2e: ' "$logs/e2e.log" | tail -n 1)")
+
+step "deploy snippets: each server configuration of docs/deploy.md, as written there"
+python3 scripts/e2e/deploy_snippets.py build/ci-release/vexl 2>&1 | tee "$logs/deploy.log"
+summaries+=("deploy snippets:" "$(grep -E '^deploy: [0-9]' "$logs/deploy.log" | tail -n 1)")
+
+step "package: cpack -G DEB, installed into a scratch root, program and consumers"
+VEXL_JOBS="$jobs" bash scripts/package/run.sh 2>&1 | tee "$logs/package.log"
+summaries+=("package:" "$(grep -E '^package: ' "$logs/package.log" | tail -n 1)")
 
 step "sanitizer build (ASan + UBSan)"
 cmake -S . -B build/ci-asan -G Ninja -DCMAKE_BUILD_TYPE=Debug -DVEXL_SANITIZE=ON -DVEXL_BENCH=OFF

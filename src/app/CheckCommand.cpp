@@ -11,7 +11,7 @@
 namespace {
 
 const char kCheckHelp[] =
-    "Usage: vexl check [--ini FILE] [--format text|json] PATH...\n"
+    "Usage: vexl check [--ini FILE] [--var NAME]... [--format text|json] PATH...\n"
     "\n"
     "Reads page files (and folders, searched for *.vxl) without running them and\n"
     "reports misspelt tags and parameters, blocks that do not close, Quince that\n"
@@ -20,6 +20,8 @@ const char kCheckHelp[] =
     "\n"
     "  --ini FILE        the site's configuration: its Preload script and\n"
     "                    PropagatedVariables count as set on every page\n"
+    "  --var NAME[=VALUE]  a variable the request brings (as for render);\n"
+    "                    repeatable; it counts as set on every page\n"
     "  --format json     one JSON object: {\"files\": N, \"errors\": N, \"warnings\": N,\n"
     "                    \"messages\": [{\"file\", \"line\", \"column\", \"severity\", \"message\"}]}\n"
     "\n"
@@ -55,18 +57,22 @@ int RunCheckCommand(int argc, char** argv)
     std::string ini;
     bool json = false;
     std::vector<std::string> paths;
+    std::vector<std::string> requestNames;
     for (int i = 0; i < argc; ++i) {
         const char* argument = argv[i];
         if (std::strcmp(argument, "--help") == 0 || std::strcmp(argument, "-h") == 0) {
             std::fputs(kCheckHelp, stdout);
             return 0;
         }
-        if (std::strcmp(argument, "--ini") == 0 || std::strcmp(argument, "--format") == 0) {
+        if (std::strcmp(argument, "--ini") == 0 || std::strcmp(argument, "--format") == 0 ||
+            std::strcmp(argument, "--var") == 0) {
             if (i + 1 >= argc)
                 return ReportUsageError("check", (std::string(argument) + " needs a value").c_str());
             const std::string value = argv[++i];
             if (std::strcmp(argument, "--ini") == 0) {
                 ini = value;
+            } else if (std::strcmp(argument, "--var") == 0) {
+                requestNames.push_back(value.substr(0, value.find('=')));
             } else if (value == "json" || value == "text") {
                 json = value == "json";
             } else {
@@ -82,6 +88,8 @@ int RunCheckCommand(int argc, char** argv)
         return ReportUsageError("check", "missing PATH");
 
     SiteCheck check(ini);
+    for (const std::string& name : requestNames)
+        check.AddRequestName(name);
     for (const std::string& path : paths)
         check.AddPath(path);
     check.Run();

@@ -305,6 +305,13 @@ std::string ChoosePage(const RequestEnvironment& environment, const std::vector<
     if (!GetEnvironmentValue(environment, "PATH_INFO").empty())
         serverPath = GetEnvironmentValue(environment, "PATH_TRANSLATED");
     std::string scriptFile = GetEnvironmentValue(environment, "SCRIPT_FILENAME");
+    // Apache's mod_proxy_fcgi names the file with its handler in front:
+    // "proxy:fcgi://localhost/srv/site/index.vxl"; the path begins behind the host.
+    if (scriptFile.rfind("proxy:", 0) == 0) {
+        const std::size_t scheme = scriptFile.find("://");
+        const std::size_t path = scheme == std::string::npos ? std::string::npos : scriptFile.find('/', scheme + 3);
+        scriptFile = path == std::string::npos ? std::string() : scriptFile.substr(path);
+    }
     if (serverPath.empty() && HasExtension(scriptFile, kPageExtension))
         serverPath = scriptFile;
 

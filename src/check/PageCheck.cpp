@@ -89,10 +89,18 @@ PageCheck::PageCheck(std::string path) : Path(std::move(path)) {}
 PageCheck::~PageCheck() = default;
 
 bool PageCheck::Run() {
-    if (!FileReadAll(NyxString(std::string_view(Path)), Source)) {
+    std::string text;
+    const bool regular = (FileGetMode(NyxString(std::string_view(Path))) & 0x8000u) != 0;
+    if (!regular || !FileReadAll(NyxString(std::string_view(Path)), text)) {
         Report(1, 1, Severity::Error, "cannot read the file");
         return false;
     }
+    Run(std::move(text));
+    return true;
+}
+
+void PageCheck::Run(std::string text) {
+    Source = std::move(text);
     LineStarts.push_back(0);
     for (std::size_t i = 0; i < Source.size(); ++i) {
         if (Source[i] == '\n') LineStarts.push_back(i + 1);
@@ -108,7 +116,6 @@ bool PageCheck::Run() {
                name + " begun on line " + std::to_string(block.Line) + " has no " + end +
                    (block.TagId == TagId::Loop ? "" : "; the rest of the file belongs to it"));
     }
-    return true;
 }
 
 void PageCheck::CheckObject(int index) {
@@ -137,12 +144,9 @@ void PageCheck::CheckObject(int index) {
 void PageCheck::CheckUnknownTag(const HtmlObject& tag) {
     const std::string label(tag.GetTagLabel().View());
     const std::string suggestion = SuggestOwnTag(label);
-    if (suggestion.empty()) {
-        // A user tag's parameters are the procedure's business.
-        return;
-    }
-    std::string meant = suggestion[0] == '/' ? "<" + suggestion + ">" : "<" + suggestion + ">";
-    if (tag.IsEndTag() && suggestion[0] != '/') meant = "</" + suggestion + ">";
+    if (suggestion.empty()) return;  // a tag of the page's own, or one the browser knows
+    // "/LOOP" is meant as an end tag whatever was written.
+    const std::string meant = (tag.IsEndTag() && suggestion[0] != '/' ? "</" : "<") + suggestion + ">";
     CheckMessage message{Path, tag.GetLineNum(), ColumnOf(tag), Severity::Error,
                          "unknown tag " + std::string(tag.IsEndTag() ? "</" : "<") + label +
                              ">, which goes to the browser as it is; did you mean " + meant + "?"};
@@ -326,7 +330,9 @@ void PageCheck::CheckScript(int index) {
         unsigned line = 0, column = 0;
         LocateParameter(tag, src, line, column);
         std::string contents;
-        if (!FileReadAll(NyxString(std::string_view(path)), contents)) {
+        // Only a regular file: a page naming a device or a pipe must not hang the check.
+        const bool regular = (FileGetMode(NyxString(std::string_view(path))) & 0x8000u) != 0;
+        if (!regular || !FileReadAll(NyxString(std::string_view(path)), contents)) {
             Report(line, column, Severity::Error, "SCRIPT cannot find file '" + path + "'");
             return;
         }

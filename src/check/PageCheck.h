@@ -49,6 +49,9 @@ public:
     // Reads and checks the page; false when the file cannot be read (a
     // message says so).
     bool Run();
+    // Checks `text` as the page's contents (files it names are still looked
+    // for beside the path).
+    void Run(std::string text);
 
     const std::vector<CheckMessage>& GetMessages() const { return Messages; }
     const PageFacts& GetFacts() const { return Facts; }

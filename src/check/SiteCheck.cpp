@@ -29,6 +29,14 @@ std::string Normal(const std::string& path) {
 
 SiteCheck::SiteCheck(std::string iniPath) : IniPath(std::move(iniPath)) {}
 
+void SiteCheck::AddRequestName(const std::string& name) {
+    std::string bare = name;
+    if (bare.size() > 2 && bare[bare.size() - 2] == '.' &&
+        std::string("bcdfisBCDFIS").find(bare.back()) != std::string::npos)
+        bare.resize(bare.size() - 2);
+    RequestNames.insert(bare);
+}
+
 bool SiteCheck::AddPath(const std::string& path) {
     std::error_code error;
     const fs::file_status status = fs::status(path, error);

@@ -23,6 +23,9 @@ public:
     // with a message when the path does not exist.
     bool AddPath(const std::string& path);
 
+    // A variable the request brings to every page ("n.i" counts as "n").
+    void AddRequestName(const std::string& name);
+
     // Checks everything added; messages in file order, each once.
     void Run();
 

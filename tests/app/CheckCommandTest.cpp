@@ -3,7 +3,10 @@
 // words and places; correct pages give none.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <filesystem>
 #include <fstream>
+#include <regex>
 #include <set>
 #include <sstream>
 #include <string>
@@ -53,7 +56,20 @@ TEST(CheckCommandTest, CorrectGoldenPagesAreClean)
         "tests/golden/variables/evaluation.vxl",    "tests/golden/walker/directives.vxl",
         "tests/golden/walker/plain.vxl",
     };
-    const ProgramRun run = RunVexl("check tests/golden");
+    // Names that the cases hand in from outside, as `--var NAME=...` in their
+    // .args or .sh files, count as set.
+    std::string names;
+    const std::regex passed(R"(--var\s+["']?([A-Za-z_][A-Za-z0-9_.]*)=)");
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(std::string(VEXL_SOURCE_DIR) + "/tests/golden")) {
+        const std::string extension = entry.path().extension().string();
+        if (extension != ".args" && extension != ".sh")
+            continue;
+        std::string text = ReadFile(entry.path().string());
+        std::replace(text.begin(), text.end(), '\n', ' ');
+        for (std::sregex_iterator it(text.begin(), text.end(), passed), end; it != end; ++it)
+            names += " --var '" + (*it)[1].str() + "'";
+    }
+    const ProgramRun run = RunVexl("check" + names + " tests/golden");
     std::istringstream lines(run.Out);
     std::string line;
     while (std::getline(lines, line)) {
@@ -92,6 +108,43 @@ TEST(CheckCommandTest, UsageErrors)
     const ProgramRun missing = RunVexl("check no/such/folder");
     EXPECT_EQ(missing.Status, 1);
     EXPECT_EQ(missing.Out, "no/such/folder:0:0: error: no such file or folder\n");
+}
+
+}  // namespace
+
+namespace {
+
+// The page of the README, taken from the README itself so that the two
+// cannot drift apart: it checks clean and does what its text says.
+TEST(CheckCommandTest, ReadmePageChecksCleanAndDoesWhatItsTextSays)
+{
+    const std::string readme = ReadFile(std::string(VEXL_SOURCE_DIR) + "/README.md");
+    const std::size_t section = readme.find("## A page");
+    ASSERT_NE(section, std::string::npos);
+    const std::size_t start = readme.find("```html\n", section);
+    ASSERT_NE(start, std::string::npos);
+    const std::size_t end = readme.find("```\n", start + 8);
+    ASSERT_NE(end, std::string::npos);
+    const std::string page = readme.substr(start + 8, end - start - 8);
+
+    char folder[] = "/tmp/vexl-readme-XXXXXX";
+    ASSERT_NE(mkdtemp(folder), nullptr);
+    std::ofstream(std::string(folder) + "/page.vxl") << page;
+    std::ofstream(std::string(folder) + "/vexl.ini") << "[QuinceConfig]\nSessionStore = " << folder << "/sessions.db\n";
+    const ProgramRun check = RunVexl("check page.vxl", folder);
+    EXPECT_EQ(check.Status, 0);
+    EXPECT_EQ(check.Out, "");
+    const ProgramRun first = RunVexl("render page.vxl --ini vexl.ini --session 5", folder);
+    const ProgramRun second = RunVexl("render page.vxl --ini vexl.ini --session 5", folder);
+    std::system((std::string("rm -rf '") + folder + "'").c_str());
+    EXPECT_NE(first.Out.find("<h1 title=\"Corner Shop orders\">"), std::string::npos) << first.Out;
+    EXPECT_NE(first.Out.find("<p class=\"odd\" data-row=\"1\">"), std::string::npos) << first.Out;
+    EXPECT_NE(first.Out.find("<p class=\"even\" data-row=\"2\">"), std::string::npos) << first.Out;
+    EXPECT_NE(first.Out.find("<p class=\"odd\" data-row=\"3\">"), std::string::npos) << first.Out;
+    EXPECT_NE(first.Out.find("You have been here 1 times."), std::string::npos) << first.Out;
+    EXPECT_NE(second.Out.find("You have been here 2 times."), std::string::npos) << second.Out;
+    EXPECT_NE(first.Out.find("<A href='?_htmlfile=next.vxl&shop.s=Corner+Shop&row.i=3'>"), std::string::npos)
+        << first.Out;
 }
 
 }  // namespace

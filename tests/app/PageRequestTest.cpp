@@ -145,6 +145,14 @@ TEST_F(PageRequestTest, ScriptFilenameOfAPageChoosesIt)
     EXPECT_NE(Run().Body.find("sub page"), std::string::npos);
 }
 
+TEST_F(PageRequestTest, ScriptFilenameOfApacheProxyFcgiChoosesThePageBehindTheHost)
+{
+    Environment["SCRIPT_FILENAME"] = "proxy:fcgi://localhost" + Site + "/sub/page.vxl";
+    EXPECT_NE(Run().Body.find("sub page"), std::string::npos);
+    Environment["SCRIPT_FILENAME"] = "proxy:fcgi://localhost";
+    EXPECT_EQ(Run().Body.find("sub page"), std::string::npos);
+}
+
 TEST_F(PageRequestTest, MissingPageIs404)
 {
     Environment["QUERY_STRING"] = "_htmlfile=gone.vxl";

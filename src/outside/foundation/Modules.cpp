@@ -6,6 +6,7 @@
 #include <dlfcn.h>
 
 #include "outside/foundation/NativePath.h"
+#include "outside/foundation/Paths.h"
 
 void* ModuleOpen(const NyxString& path) {
     // An empty path would give dlopen(NULL): the running program itself.
@@ -29,7 +30,9 @@ NyxString GetLibraryFolder() {
             return NyxString();
         const NyxString file(info.dli_fname);
         const unsigned slash = file.FindLast("/");
-        return slash == NyxString::kAll ? NyxString() : file.GetSubstring(0, slash);
+        // The loader names it as the run path found it ("bin/../lib"); tidy
+        // it for messages.
+        return slash == NyxString::kAll ? NyxString() : CompletePath(file.GetSubstring(0, slash));
     }();
     return folder;
 }
