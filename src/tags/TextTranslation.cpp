@@ -12,6 +12,18 @@ NyxString QuoteLiteral(const NyxString& text) {
     quoted.ReplaceAll("'", "''");
     return quoted;
 }
+
+// A table or column name is one identifier, never SQL text: in double quotes,
+// its own double quotes doubled. The connection does not take an unknown
+// quoted name for a string literal, so a misspelt column finds nothing.
+NyxString QuoteIdentifier(const NyxString& name) {
+    NyxString quoted(name);
+    quoted.ReplaceAll("\"", "\"\"");
+    NyxString result("\"");
+    result += quoted;
+    result += "\"";
+    return result;
+}
 }  // namespace
 
 bool VexlBase::TranslateText(NyxString& text) {
@@ -20,9 +32,11 @@ bool VexlBase::TranslateText(NyxString& text) {
     if (database == nullptr) return false;
 
     const NyxString literal = QuoteLiteral(text);
+    const NyxString table = QuoteIdentifier(Page->TranslationTable);
+    const NyxString keyColumn = QuoteIdentifier(Page->TranslationKeyColumn);
+    const NyxString valueColumn = QuoteIdentifier(Page->TranslationValueColumn);
     NyxString statement;
-    statement.Printf("SELECT %S FROM %S WHERE %S = '%S'", &Page->TranslationValueColumn, &Page->TranslationTable,
-                     &Page->TranslationKeyColumn, &literal);
+    statement.Printf("SELECT %S FROM %S WHERE %S = '%S'", &valueColumn, &table, &keyColumn, &literal);
     GenSqlResult* result = database->ExecuteSql(statement, 0);
     if (result != nullptr && result->NextRow() != 0) {
         const NyxString translation = result->GetColumnText(0);
@@ -32,8 +46,7 @@ bool VexlBase::TranslateText(NyxString& text) {
     }
     delete result;
 
-    statement.Printf("INSERT INTO %S (%S, %S) VALUES ('%S', '')", &Page->TranslationTable, &Page->TranslationKeyColumn,
-                     &Page->TranslationValueColumn, &literal);
+    statement.Printf("INSERT INTO %S (%S, %S) VALUES ('%S', '')", &table, &keyColumn, &valueColumn, &literal);
     delete database->ExecuteSql(statement, 0);
     return false;
 }
