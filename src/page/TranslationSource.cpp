@@ -24,6 +24,18 @@ constexpr std::size_t kAnswerOverhead = 96;
 // A failed answer keeps its text twice: in the map and in its table's list.
 constexpr std::size_t FailedCost(std::size_t textSize) { return 2 * textSize + kAnswerOverhead; }
 
+// A table or column name is one identifier, never SQL text: in double quotes,
+// its own double quotes doubled. The connection does not take an unknown
+// quoted name for a string literal, so a misspelt column finds nothing.
+NyxString QuoteIdentifier(const NyxString& name) {
+    NyxString quoted(name);
+    quoted.ReplaceAll("\"", "\"\"");
+    NyxString result("\"");
+    result += quoted;
+    result += "\"";
+    return result;
+}
+
 }  // namespace
 
 struct TranslationSourcePool {
@@ -184,7 +196,10 @@ bool TranslationSource::Translate(const NyxString& tableName, const NyxString& k
 bool TranslationSource::Select(Table& table, const NyxString& text, std::string& value) {
     if (table.Select == nullptr) {
         NyxString statement;
-        statement.Printf("SELECT %S FROM %S WHERE %S = $1", &table.ValueColumn, &table.Name, &table.KeyColumn);
+        const NyxString name = QuoteIdentifier(table.Name);
+        const NyxString key = QuoteIdentifier(table.KeyColumn);
+        const NyxString valueColumn = QuoteIdentifier(table.ValueColumn);
+        statement.Printf("SELECT %S FROM %S WHERE %S = $1", &valueColumn, &name, &key);
         table.Select.reset(Connection->Prepare(statement));
         if (table.Select == nullptr) return false;
     }
@@ -198,8 +213,10 @@ bool TranslationSource::Select(Table& table, const NyxString& text, std::string&
 bool TranslationSource::Insert(Table& table, const NyxString& text) {
     if (table.Insert == nullptr) {
         NyxString statement;
-        statement.Printf("INSERT INTO %S (%S, %S) VALUES ($1, '')", &table.Name, &table.KeyColumn,
-                         &table.ValueColumn);
+        const NyxString name = QuoteIdentifier(table.Name);
+        const NyxString key = QuoteIdentifier(table.KeyColumn);
+        const NyxString valueColumn = QuoteIdentifier(table.ValueColumn);
+        statement.Printf("INSERT INTO %S (%S, %S) VALUES ($1, '')", &name, &key, &valueColumn);
         table.Insert.reset(Connection->Prepare(statement));
         if (table.Insert == nullptr) return false;
     }

@@ -6,6 +6,7 @@
 
 #include "outside/foundation/Files.h"
 #include "outside/foundation/IniFile.h"
+#include "outside/foundation/Paths.h"
 #include "outside/foundation/Process.h"
 #include "page/VexlPage.h"
 #include "script/VexlScript.h"
@@ -49,16 +50,17 @@ void VexlScript::ExecuteNonQuinceScript(NyxString& interpreter, HtmlObject* tag,
     std::fclose(file);
 }
 
+// The site's script stays as it is, mode included, and nothing is written
+// beside it: the output goes to a new file of the temporary folder.
 NyxString VexlScript::ExecuteScriptFile(NyxString& interpreter, const NyxString& script) {
-    FileSetMode(script, 0600);
-    NyxString output;
-    output.Printf("%S.out", &script);
+    const NyxString output = GetTemporaryFilePath("vexl-out");
+    TimedOut = false;
+    if (output.IsEmpty()) return output;  // no file: nothing runs, nothing comes in
     NyxString command;
     command.Printf("%S %S", &interpreter, &script);
     bool started = false;
     const int pid = ExecRedirect(command, started, nullptr, NyxString(), output, NyxString(), 0, false, true, nullptr,
                                  false, nullptr);
-    TimedOut = false;
     if (pid != 0) TimedOut = WaitForProcess(pid, TimeLimitSeconds * 1000) == WaitOutcome::TimedOut;
     return output;
 }

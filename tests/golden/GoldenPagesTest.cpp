@@ -8,12 +8,16 @@
 //                   $VEXL (the program) and $WORK (a fresh scratch folder)
 // In .args, .sh and .expected, @DIR@ stands for the case's folder and
 // @WORK@ for the scratch folder. Each run gets a TMPDIR of its own, which
-// must be empty afterwards: the engine leaves no temporary file behind.
+// must be empty afterwards: the engine leaves no temporary file behind. The
+// case's folder stands for a site's files: after the run every file in it has
+// the same bytes and the same mode as before, and no file is added.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -69,6 +73,18 @@ std::vector<GoldenCase> FindCases() {
     return cases;
 }
 
+// Every file below `folder`: its path, mode and bytes, as text to compare.
+std::map<std::string, std::string> SnapshotFolder(const fs::path& folder) {
+    std::map<std::string, std::string> files;
+    for (const auto& entry : fs::recursive_directory_iterator(folder)) {
+        const auto mode = static_cast<unsigned>(fs::symlink_status(entry.path()).permissions());
+        std::string facts = "mode " + std::to_string(mode) + "\n";
+        if (entry.is_regular_file()) facts += ReadFile(entry.path());
+        files[fs::relative(entry.path(), folder).string()] = facts;
+    }
+    return files;
+}
+
 std::string RunCommand(const std::string& command) {
     std::string output;
     FILE* pipe = popen(command.c_str(), "r");
@@ -114,6 +130,7 @@ TEST_P(GoldenPages, RendersAsExpected) {
     }
     command += " 2>&1";
 
+    const auto filesBefore = SnapshotFolder(folder);
     const std::string actual = RunCommand(command);
     const std::string expected = substitute(ReadFile(folder / (stem + ".expected")));
     EXPECT_EQ(expected, actual) << "page: " << golden.Page;
@@ -121,6 +138,18 @@ TEST_P(GoldenPages, RendersAsExpected) {
     std::vector<std::string> leftovers;
     for (const auto& entry : fs::directory_iterator(tmpdir)) leftovers.push_back(entry.path().filename().string());
     EXPECT_TRUE(leftovers.empty()) << "temporary files left behind, first: " << leftovers.front();
+    const auto filesAfter = SnapshotFolder(folder);
+    for (const auto& [name, facts] : filesBefore) {
+        const auto after = filesAfter.find(name);
+        if (after == filesAfter.end()) {
+            ADD_FAILURE() << "the run removed " << name;
+        } else {
+            EXPECT_TRUE(after->second == facts) << "the run changed the bytes or the mode of " << name;
+        }
+    }
+    for (const auto& [name, facts] : filesAfter) {
+        EXPECT_TRUE(filesBefore.count(name) != 0) << "the run left a file in the site: " << name;
+    }
     fs::remove_all(scratch);
 }
 

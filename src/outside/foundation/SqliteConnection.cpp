@@ -116,6 +116,12 @@ int SqliteConnection::Connect(const NyxString& path) {
         return 0;
     }
     sqlite3_busy_timeout(database, kBusyTimeoutMilliseconds);
+#ifdef SQLITE_DBCONFIG_DQS_DML
+    // A name in double quotes is always a name: an unknown one is an error,
+    // not the text of a string literal.
+    sqlite3_db_config(database, SQLITE_DBCONFIG_DQS_DML, 0, nullptr);
+    sqlite3_db_config(database, SQLITE_DBCONFIG_DQS_DDL, 0, nullptr);
+#endif
     // Reading the schema proves that the file is a database.
     if (sqlite3_exec(database, "SELECT count(*) FROM sqlite_master", nullptr, nullptr, nullptr) != SQLITE_OK) {
         sqlite3_close_v2(database);
