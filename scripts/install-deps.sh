@@ -11,6 +11,7 @@ packages=(
   clang libclang-rt-14-dev                            # fuzzing (libFuzzer)
   python3 perl                                        # test tools and foreign-script tests
   libfcgi-dev                                         # the FastCGI front end
+  libpq-dev postgresql                                # PostgreSQL stores, and the tests' own server
 )
 
 is_installed() {
