@@ -13,6 +13,7 @@
 #include "app/PageResponse.h"
 #include "app/RequestDecoder.h"
 #include "app/StdoutCapture.h"
+#include "outside/foundation/Sql.h"
 #include "page/VexlPage.h"
 
 const char kIndexPageName[] = "index.vxl";
@@ -387,7 +388,10 @@ PageResponse RenderPageRequest(const RequestEnvironment& environment, BodyReader
         sessionId = 0;
 
     std::string iniPath = MakeAbsolute(settings.IniPath);
-    std::string translationPath = MakeAbsolute(settings.TranslationPath);
+    // A database server's URI is no file name, and stays as it is.
+    std::string translationPath = settings.TranslationPath;
+    if (GenSqlConnection::TypeOfPlace(ToNyx(translationPath)) == GenSqlConnection::Sqlite)
+        translationPath = MakeAbsolute(translationPath);
     FolderChange folderChange(FolderOf(pagePath));
     UploadFiles uploads;
     PageResponse response;
