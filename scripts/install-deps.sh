@@ -13,6 +13,7 @@ packages=(
   libfcgi-dev                                         # the FastCGI front end
   dpkg-dev                                            # the Debian package (cpack -G DEB, dpkg-shlibdeps)
   lighttpd nginx apache2                              # the servers of docs/deploy.md, started by its test
+  libpq-dev postgresql                                # PostgreSQL stores, and the tests' own server
 )
 
 is_installed() {

@@ -15,6 +15,7 @@
 #include "app/RequestDecoder.h"
 #include "app/SessionCookies.h"
 #include "app/StdoutCapture.h"
+#include "outside/foundation/Sql.h"
 #include "page/VexlPage.h"
 
 const char kIndexPageName[] = "index.vxl";
@@ -391,7 +392,10 @@ PageResponse RenderPageRequest(const RequestEnvironment& environment, BodyReader
     SessionCookieClaim session = ReadSessionCookies(GetEnvironmentValue(environment, "HTTP_COOKIE"));
 
     std::string iniPath = MakeAbsolute(settings.IniPath);
-    std::string translationPath = MakeAbsolute(settings.TranslationPath);
+    // A database server's URI is no file name, and stays as it is.
+    std::string translationPath = settings.TranslationPath;
+    if (GenSqlConnection::TypeOfPlace(ToNyx(translationPath)) == GenSqlConnection::Sqlite)
+        translationPath = MakeAbsolute(translationPath);
     FolderChange folderChange(FolderOf(pagePath));
     UploadFiles uploads;
     PageResponse response;

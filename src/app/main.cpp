@@ -26,7 +26,7 @@ const char kProgramHelp[] =
     "                          NAME is everything before the first '='\n"
     "  --session ID            session number; 0 asks for a new one\n"
     "  --expiry SECONDS        session expiry handed to the session store (default 3600)\n"
-    "  --translations DBFILE   translation database (SQLite file)\n"
+    "  --translations DBFILE   translation database (SQLite file or postgresql:// URI)\n"
     "  --headers               write the response headers, an empty line, then the body\n"
     "\n"
     "Run 'vexl COMMAND --help' for the options of each command;\n"

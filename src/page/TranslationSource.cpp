@@ -5,8 +5,10 @@
 #include "page/TranslationSource.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstring>
 
+#include "outside/foundation/Paths.h"
 #include "outside/foundation/Sql.h"
 
 namespace {
@@ -18,6 +20,11 @@ constexpr std::size_t kMaxKeptSources = 4;
 // of a hundred bytes take a few hundred KiB); past it the answers are dropped
 // and gathered again, so that a page of ever new texts cannot grow it.
 constexpr std::size_t kMaxAnswerBytes = 8u << 20;
+// A database that took this long to refuse a connection (a server that does
+// not answer) is not tried again for kRetryPause, so that a page of many texts
+// waits for it once, not once per text.
+constexpr std::chrono::seconds kSlowRefusal(1);
+constexpr std::chrono::seconds kRetryPause(10);
 // What a kept answer costs beside its two texts: the map's node and bucket.
 constexpr std::size_t kAnswerOverhead = 96;
 
@@ -39,7 +46,12 @@ NyxString QuoteIdentifier(const NyxString& name) {
 }  // namespace
 
 struct TranslationSourcePool {
+    struct Refusal {
+        NyxString Place;
+        std::chrono::steady_clock::time_point Until;
+    };
     std::vector<std::unique_ptr<TranslationSource>> Sources;
+    std::vector<Refusal> Refusals;  // places not to try again yet; at most one per kept source
     uint64_t Clock = 0;
 };
 
@@ -54,9 +66,14 @@ TranslationSourcePool& ThreadPool() {
 
 std::atomic<uint64_t> TranslationSource::CurrentGeneration{1};
 
-TranslationSource* TranslationSource::Acquire(const NyxString& path) {
+TranslationSource* TranslationSource::Acquire(const NyxString& given) {
     TranslationSourcePool& pool = ThreadPool();
     BumpGeneration();
+    // A front end that changes into each page's folder makes the same
+    // relative name mean another file: a file is known by its full path.
+    const NyxString path = GenSqlConnection::TypeOfPlace(given) == GenSqlConnection::Sqlite && given.IsNotEmpty()
+                               ? CompletePath(given)
+                               : given;
     auto& sources = pool.Sources;
     auto found = std::find_if(sources.begin(), sources.end(),
                               [&](const auto& source) { return source->Path.IsEqualTo(path, true); });
@@ -71,8 +88,19 @@ TranslationSource* TranslationSource::Acquire(const NyxString& path) {
         return source;
     }
 
+    const auto now = std::chrono::steady_clock::now();
+    auto& refusals = pool.Refusals;
+    refusals.erase(std::remove_if(refusals.begin(), refusals.end(), [&](const auto& refusal) { return refusal.Until <= now; }),
+                   refusals.end());
+    for (const auto& refusal : refusals) {
+        if (refusal.Place.IsEqualTo(path, true)) return nullptr;
+    }
     std::unique_ptr<TranslationSource> source(new TranslationSource(path));
-    if (!source->Connect()) return nullptr;
+    if (!source->Connect()) {
+        const auto after = std::chrono::steady_clock::now();
+        if (after - now >= kSlowRefusal && refusals.size() < kMaxKeptSources) refusals.push_back({path, after + kRetryPause});
+        return nullptr;
+    }
     if (sources.size() >= kMaxKeptSources) {
         auto idle = sources.end();
         for (auto at = sources.begin(); at != sources.end(); ++at) {
@@ -101,7 +129,7 @@ TranslationSource::Table::~Table() = default;
 bool TranslationSource::Connect() {
     Tables.clear();
     DropAnswers();
-    Connection.reset(GenSqlConnection::Create(GenSqlConnection::Sqlite));
+    Connection.reset(GenSqlConnection::Create(GenSqlConnection::TypeOfPlace(Path)));
     if (Connection == nullptr || Connection->Connect(Path) == 0) {
         Connection.reset();
         return false;
@@ -211,18 +239,25 @@ bool TranslationSource::Select(Table& table, const NyxString& text, std::string&
 }
 
 bool TranslationSource::Insert(Table& table, const NyxString& text) {
-    if (table.Insert == nullptr) {
-        NyxString statement;
-        const NyxString name = QuoteIdentifier(table.Name);
-        const NyxString key = QuoteIdentifier(table.KeyColumn);
-        const NyxString valueColumn = QuoteIdentifier(table.ValueColumn);
-        statement.Printf("INSERT INTO %S (%S, %S) VALUES ($1, '')", &name, &key, &valueColumn);
-        table.Insert.reset(Connection->Prepare(statement));
-        if (table.Insert == nullptr) return false;
-    }
+    if (Connection->GetDatabaseType() != GenSqlConnection::Sqlite) return InsertOnServer(table, text);
+    // One statement reads and writes under SQLite's write lock: processes
+    // adding the same text at once give one row, the others no change.
+    if (!PrepareInsert(table)) return false;
     const NyxString* parameters[] = {&text};
     std::unique_ptr<GenSqlResult> result(table.Insert->Run(parameters, 1));
     return result != nullptr;
+}
+
+bool TranslationSource::PrepareInsert(Table& table) {
+    if (table.Insert != nullptr) return true;
+    NyxString statement;
+    const NyxString name = QuoteIdentifier(table.Name);
+    const NyxString key = QuoteIdentifier(table.KeyColumn);
+    const NyxString valueColumn = QuoteIdentifier(table.ValueColumn);
+    statement.Printf("INSERT INTO %S (%S, %S) SELECT $1, '' WHERE NOT EXISTS (SELECT 1 FROM %S WHERE %S = $1)",
+                     &name, &key, &valueColumn, &name, &key);
+    table.Insert.reset(Connection->Prepare(statement));
+    return table.Insert != nullptr;
 }
 
 void TranslationSource::Keep(Table& table, const NyxString& text, std::string value, bool known) {
@@ -232,4 +267,30 @@ void TranslationSource::Keep(Table& table, const NyxString& text, std::string va
     auto [kept, added] = table.Answers.emplace(text.ToStd(), Answer{std::move(value), known});
     AnswerBytes += cost;
     if (added && !known) table.Failed.push_back(kept->first);
+}
+
+bool TranslationSource::InsertOnServer(Table& table, const NyxString& text) {
+    if (table.Lock == nullptr) {
+        table.Lock.reset(Connection->Prepare("SELECT pg_advisory_xact_lock(hashtext($1), hashtext($2))"));
+        if (table.Lock == nullptr) return false;
+    }
+    if (!PrepareInsert(table)) return false;
+    auto run = [](GenSqlStatement& statement, const NyxString* const* parameters, unsigned count) {
+        std::unique_ptr<GenSqlResult> result(statement.Run(parameters, count));
+        return result != nullptr;
+    };
+    auto execute = [this](const char* text) {
+        std::unique_ptr<GenSqlResult> result(Connection->ExecuteSql(text, 0));
+        return result != nullptr;
+    };
+    // Each statement sees what committed before it began: once the lock is
+    // held, a row another machine added is seen, and not added again.
+    const NyxString* lockParameters[] = {&table.Name, &text};
+    const NyxString* insertParameters[] = {&text};
+    if (execute("BEGIN") && run(*table.Lock, lockParameters, 2) && run(*table.Insert, insertParameters, 1) &&
+        execute("COMMIT")) {
+        return true;
+    }
+    execute("ROLLBACK");
+    return false;
 }

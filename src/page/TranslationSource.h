@@ -19,7 +19,9 @@ class GenSqlStatement;
 
 class TranslationSource {
 public:
-    // The source for `path` on this thread, connected and checked: when it
+    // The source for `path` (an SQLite file, relative to the working folder
+    // of the moment, or a postgresql:// URI) on this thread, connected and
+    // checked: when it
     // was not in use, answers kept from before are dropped if anyone else has
     // changed the database since, and the connection is made afresh if the
     // file was replaced. Null when no connection can be made (a later call
@@ -59,6 +61,7 @@ private:
         NyxString ValueColumn;
         std::unique_ptr<GenSqlStatement> Select;
         std::unique_ptr<GenSqlStatement> Insert;
+        std::unique_ptr<GenSqlStatement> Lock;  // PostgreSQL: one machine at a time adds a text
         std::unordered_map<std::string, Answer, TextHash, std::equal_to<>> Answers;
         std::vector<std::string> Failed;  // texts whose answer is not Known: asked again next request
         ~Table();
@@ -74,7 +77,13 @@ private:
     Table& FindTable(const NyxString& name, const NyxString& keyColumn, const NyxString& valueColumn);
     // The value of the text's row, if the table has one.
     bool Select(Table& table, const NyxString& text, std::string& value);
+    // Adds the text with an empty value unless a row for it is there.
     bool Insert(Table& table, const NyxString& text);
+    bool PrepareInsert(Table& table);
+    // On a database server: the insert, in a transaction that holds a lock
+    // named after the table and the text, adds the row only if it is absent,
+    // so that machines adding the same text at once give one row.
+    bool InsertOnServer(Table& table, const NyxString& text);
     void Keep(Table& table, const NyxString& text, std::string value, bool known);
 
     static std::atomic<uint64_t> CurrentGeneration;  // starts at 1: a fresh memo holds 0

@@ -3,6 +3,9 @@
 #include "outside/foundation/Sql.h"
 
 #include "outside/foundation/SqliteConnection.h"
+#ifdef VEXL_HAVE_POSTGRESQL
+#include "outside/foundation/PostgresConnection.h"
+#endif
 
 GenSqlResult::~GenSqlResult() = default;
 
@@ -18,9 +21,21 @@ GenSqlConnection* GenSqlConnection::Create(int type) {
     switch (type) {
         case Sqlite:
             return new SqliteConnection();
+#ifdef VEXL_HAVE_POSTGRESQL
+        case Postgresql:
+            return new PostgresConnection();
+#endif
         default:
             return nullptr;
     }
+}
+
+GenSqlConnection::enum_DatabaseType GenSqlConnection::TypeOfPlace(const NyxString& place) {
+    const std::string_view text = place.View();
+    for (std::string_view scheme : {"postgresql://", "postgres://"}) {
+        if (text.substr(0, scheme.size()) == scheme) return Postgresql;
+    }
+    return Sqlite;
 }
 
 GenSqlConnection::~GenSqlConnection() = default;
@@ -34,3 +49,5 @@ GenSqlStatement* GenSqlConnection::Prepare(const NyxString& text) { return nullp
 bool GenSqlConnection::ReadChangeStamp(uint64_t& stamp) { return false; }
 
 bool GenSqlConnection::IsCurrent() { return false; }
+
+GenSqlConnection::enum_DatabaseType GenSqlConnection::GetDatabaseType() const { return Sqlite; }

@@ -32,17 +32,22 @@ public:
 
 class GenSqlConnection {
 public:
-    enum enum_DatabaseType { Sqlite = 6 };
+    enum enum_DatabaseType { Sqlite = 6, Postgresql = 7 };
 
     // A new, unconnected connection of the given kind that the caller owns;
-    // null for a kind that is not built in. 6 is SQLite.
+    // null for a kind that is not built in. 6 is SQLite, 7 PostgreSQL.
     static GenSqlConnection* Create(int type);
+    // The kind a place names: a libpq URI (postgresql://... or postgres://...)
+    // is PostgreSQL, anything else an SQLite file.
+    static enum_DatabaseType TypeOfPlace(const NyxString& place);
 
     virtual ~GenSqlConnection();
     // Opens the database; for SQLite `path` is the database file, created if
     // missing (its tables are not: they are the site's), and a locked
-    // database is waited for up to two seconds per statement. Connecting
-    // again closes the previous database first. Non-zero on success.
+    // database is waited for up to two seconds per statement; for PostgreSQL
+    // it is a libpq connection URI, and a lost connection is made again at
+    // the next statement. Connecting again closes the previous database
+    // first. Non-zero on success.
     virtual int Connect(const NyxString& path);
     // Runs exactly one statement; a second statement after it is refused
     // (blanks, ';' and comments may follow), and so is a text holding a NUL
@@ -59,4 +64,5 @@ public:
     // False when the database connected to is no longer the one the path
     // names (the file was replaced or removed): a fresh Connect is due.
     virtual bool IsCurrent();
+    virtual enum_DatabaseType GetDatabaseType() const;
 };

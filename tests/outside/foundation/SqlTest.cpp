@@ -51,12 +51,29 @@ protected:
 
 }  // namespace
 
-TEST(SqlCreateTest, OnlySqliteIsBuiltIn) {
+TEST(SqlCreateTest, SqliteAndPostgresqlAreBuiltIn) {
     std::unique_ptr<GenSqlConnection> sqlite(GenSqlConnection::Create(6));
     EXPECT_NE(sqlite, nullptr);
-    EXPECT_EQ(GenSqlConnection::Create(0), nullptr);
+    EXPECT_EQ(sqlite->GetDatabaseType(), GenSqlConnection::Sqlite);
+#ifdef VEXL_HAVE_POSTGRESQL
+    std::unique_ptr<GenSqlConnection> postgresql(GenSqlConnection::Create(7));
+    ASSERT_NE(postgresql, nullptr);
+    EXPECT_EQ(postgresql->GetDatabaseType(), GenSqlConnection::Postgresql);
+#else
     EXPECT_EQ(GenSqlConnection::Create(7), nullptr);
+#endif
+    EXPECT_EQ(GenSqlConnection::Create(0), nullptr);
+    EXPECT_EQ(GenSqlConnection::Create(8), nullptr);
     EXPECT_EQ(GenSqlConnection::Create(-1), nullptr);
+}
+
+TEST(SqlCreateTest, PlaceNamesItsKind) {
+    EXPECT_EQ(GenSqlConnection::TypeOfPlace("postgresql://db.example/site"), GenSqlConnection::Postgresql);
+    EXPECT_EQ(GenSqlConnection::TypeOfPlace("postgres:///site?host=/run/postgresql"), GenSqlConnection::Postgresql);
+    EXPECT_EQ(GenSqlConnection::TypeOfPlace("tr.db"), GenSqlConnection::Sqlite);
+    EXPECT_EQ(GenSqlConnection::TypeOfPlace("/srv/postgresql://x"), GenSqlConnection::Sqlite);
+    EXPECT_EQ(GenSqlConnection::TypeOfPlace("POSTGRESQL://x"), GenSqlConnection::Sqlite) << "schemes as libpq takes them";
+    EXPECT_EQ(GenSqlConnection::TypeOfPlace(""), GenSqlConnection::Sqlite);
 }
 
 TEST(SqlCreateTest, UnconnectedConnectionRunsNothing) {
