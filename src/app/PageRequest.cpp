@@ -13,6 +13,7 @@
 #include "app/PageResponse.h"
 #include "app/RequestDecoder.h"
 #include "app/StdoutCapture.h"
+#include "page/PageCache.h"
 #include "page/VexlPage.h"
 
 const char kIndexPageName[] = "index.vxl";
@@ -398,6 +399,8 @@ PageResponse RenderPageRequest(const RequestEnvironment& environment, BodyReader
         VexlPage page;
         if (!iniPath.empty())
             page.SetIniPath(ToNyx(iniPath));
+        if (settings.KeepParsedPages)
+            page.UsePageCache(PageCache::Shared());
         page.SetOutput(&output);
         page.SetFile(ToNyx(pagePath));
         page.SetSessionId(sessionId, settings.SessionExpirySeconds);
