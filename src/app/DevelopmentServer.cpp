@@ -198,6 +198,7 @@ PageResponse RenderPage(const ServerConfig& config, const std::string& root, con
     HandlerOptions options = config.Options;
     options.Root = root;
     HandlerSettings settings = ResolveHandlerSettings(options, environment);
+    settings.KeepParsedPages = true;
     StringBodyReader body(exchange.Body);
     std::lock_guard<std::mutex> lock(PageMutex);
     PageResponse response = RenderPageRequest(environment, body, settings);

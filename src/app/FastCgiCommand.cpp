@@ -168,6 +168,7 @@ int RunFastCgiCommand(int argc, char** argv)
         RequestInProgress = 1;
         RequestEnvironment environment = ReadRequestEnvironment(request.envp);
         HandlerSettings settings = ResolveHandlerSettings(options, environment);
+        settings.KeepParsedPages = true;
         FastCgiBodyReader body(request.in);
         FastCgiWriter writer(request.out);
         HandleCgiRequest(environment, body, writer, settings);

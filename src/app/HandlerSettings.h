@@ -25,6 +25,8 @@ struct HandlerSettings {
     std::string TranslationPath;  // empty: none handed to the page
     std::size_t MaxBodyBytes = kDefaultMaxBodyBytes;
     unsigned SessionExpirySeconds = kDefaultSessionExpirySeconds;
+    // A long-running front end keeps parsed pages between requests.
+    bool KeepParsedPages = false;
 };
 
 // Settings for one request. Each value comes from the command line if given

@@ -16,6 +16,7 @@
 #include "app/SessionCookies.h"
 #include "app/StdoutCapture.h"
 #include "outside/foundation/Sql.h"
+#include "page/PageCache.h"
 #include "page/VexlPage.h"
 
 const char kIndexPageName[] = "index.vxl";
@@ -406,6 +407,8 @@ PageResponse RenderPageRequest(const RequestEnvironment& environment, BodyReader
         VexlPage page;
         if (!iniPath.empty())
             page.SetIniPath(ToNyx(iniPath));
+        if (settings.KeepParsedPages)
+            page.UsePageCache(PageCache::Shared());
         page.SetOutput(&output);
         page.SetFile(ToNyx(pagePath));
         // The session is settled only if a script uses one: the others cost nothing.

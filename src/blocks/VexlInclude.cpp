@@ -72,7 +72,7 @@ int VexlInclude::Start(int index, HtmlObject*) {
             std::fflush(stdout);
         }
     }
-    delete Page->HtmlList;
+    Page->ReleaseList(Page->HtmlList);
     Page->HtmlList = outer;
     return result;
 }

@@ -11,6 +11,7 @@
 #include "outside/foundation/Sql.h"
 #include "page/Contained.h"
 #include "page/TranslationSource.h"
+#include "page/PageCache.h"
 #include "tags/VexlParse.h"
 #include "values/PathParser.h"
 
@@ -43,7 +44,7 @@ VexlPage::VexlPage(const VexlPage& parent)
 }
 
 VexlPage::~VexlPage() {
-    delete HtmlList;
+    ReleaseList(HtmlList);
     if (!IsChildPage) delete Context;
     TranslationSource::Release(TranslationSourceInUse);
     if (IsChildPage) {
@@ -58,10 +59,28 @@ VexlPage::~VexlPage() {
 void VexlPage::SetFile(const NyxString& path) {
     Contained([&] {
         const NyxString fullPath = CompletePath(path);
-        delete HtmlList;
+        ReleaseList(HtmlList);
         HtmlList = nullptr;
-        HtmlList = new HtmlObjectList(fullPath);
+        HtmlList = Cache != nullptr ? Cache->Take(fullPath, CacheRequest) : new HtmlObjectList(fullPath);
         if (!HtmlList->WasOpened()) PrintOutput("<P>Unable to open file '%S'.</P>\n", &fullPath);
+    });
+}
+
+void VexlPage::ReleaseList(HtmlObjectList* list) {
+    if (Cache != nullptr) {
+        Cache->Give(list);
+    } else {
+        delete list;
+    }
+}
+
+void VexlPage::UsePageCache(PageCache& cache) {
+    Contained([&] {
+        NyxString value;
+        Context->GetConfig().GetEntryValue("QuinceConfig", "PageCacheBytes", value, "");
+        cache.SetCapacity(static_cast<std::size_t>(IniFile::ParseCount(value, PageCache::kDefaultBytes)));
+        Cache = &cache;
+        CacheRequest = cache.BeginRequest();
     });
 }
 

@@ -3,6 +3,7 @@
 // Handlers reach every piece of state of the request through its fields.
 #pragma once
 
+#include <cstdint>
 #include <functional>
 
 #include "outside/quince/QuinceContext.h"
@@ -16,6 +17,7 @@
 
 class GenSqlConnection;
 class TranslationSource;
+class PageCache;
 struct FunctionModuleCall;
 
 // Entry point of the html.qnc module: the page's objects as a script value.
@@ -31,6 +33,10 @@ public:
     void SetFile(const NyxString& path);
     void SetOutput(NyxString* output);
     void SetIniPath(const NyxString& path);
+    // Parsed pages come from `cache` and go back to it, for a long-running
+    // front end; call after SetIniPath and before SetFile. The configuration's
+    // "PageCacheBytes" bounds the cache (0: nothing is kept).
+    void UsePageCache(PageCache& cache);
     bool Process();
 
     unsigned SetSessionId(unsigned id, unsigned expiry);
@@ -75,7 +81,11 @@ public:
     static const NyxString HTTP_USER_AGENT;
     static const NyxString SESSIONID_NAME;
 
-    HtmlObjectList* HtmlList = nullptr;        // owned; swapped by INCLUDE
+    HtmlObjectList* HtmlList = nullptr;        // owned (or lent by Cache); swapped by INCLUDE
+    PageCache* Cache = nullptr;                // not owned; none on child pages
+    uint64_t CacheRequest = 0;
+    // Hands a list from SetFile back: to the cache it came from, or deleted.
+    void ReleaseList(HtmlObjectList* list);
     unsigned SessionId = 0;
     QuinceContext* Context = nullptr;          // owned unless IsChildPage
     TagDefList TagDefs;

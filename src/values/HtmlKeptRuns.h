@@ -22,6 +22,8 @@ public:
     void Keep(unsigned index, unsigned next, std::string_view text);
     // Forgets every stretch, as when an object of the list changes.
     void ForgetAll();
+    // The bytes it holds.
+    std::size_t GetMemoryBytes() const { return Marks.capacity() * sizeof(Mark) + Texts.capacity(); }
 
 private:
     struct Mark {

@@ -47,6 +47,12 @@ HtmlObjectArena::~HtmlObjectArena() {
     }
 }
 
+std::size_t HtmlObjectArena::GetReservedBytes() const {
+    std::size_t bytes = 0;
+    for (const Block* block = Blocks; block != nullptr; block = block->Next) bytes += block->Size;
+    return bytes;
+}
+
 void HtmlObjectArena::NewBlock(std::size_t needed) {
     // An object larger than a block gets a block of its own size.
     const std::size_t size = needed + kHeaderSize > kBlockSize ? needed + kHeaderSize : kBlockSize;

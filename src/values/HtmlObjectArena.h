@@ -51,6 +51,9 @@ public:
         }
     }
 
+    // The bytes of the blocks it holds.
+    std::size_t GetReservedBytes() const;
+
     static constexpr std::size_t kAlignment = alignof(std::max_align_t);
     static constexpr std::size_t kBlockSize = 256 * 1024;  // about two thousand objects each; whole pages
 

@@ -24,11 +24,13 @@ HtmlObjectList::HtmlObjectList(const NyxString& path, std::string_view text) : F
 
 HtmlObjectList::~HtmlObjectList() {
     for (unsigned i = 0; i < Count; ++i) Destroy(GetEntry(static_cast<int>(i)));
+    for (auto& [index, original] : Originals) Destroy(original);
 }
 
 void HtmlObjectList::Destroy(HtmlObject* object) { HtmlObjectArena::Destroy(object); }
 
 void HtmlObjectList::Parse(std::string_view text) {
+    TextBytes = text.size();
     HtmlParser parser(text, &Arena);
     parser.ParseInto(*this);
 }
@@ -52,12 +54,34 @@ void HtmlObjectList::ReplaceEntry(int index, HtmlObject* object) {
     KeptRuns.ForgetAll();
     Attachments.clear();
     slot = object;
+    if (KeepingOriginals && Originals.emplace(static_cast<unsigned>(index), previous).second) return;
     Destroy(previous);
+}
+
+bool HtmlObjectList::RestoreOriginals() {
+    for (auto& [index, original] : Originals) {
+        HtmlObject*& slot = Segments[index >> kSegmentShift][index & kSegmentMask];
+        if (slot->GetTagId() != original->GetTagId() || slot->IsEndTag() != original->IsEndTag()) BlockIndex.reset();
+        if (!PrintMarks.empty()) PrintMarks[index] = 0;
+        Destroy(slot);
+        slot = original;
+    }
+    if (!Originals.empty()) KeptRuns.ForgetAll();
+    Originals.clear();
+    Attachments.clear();
+    return !Grown;
+}
+
+std::size_t HtmlObjectList::GetMemoryBytes() const {
+    return sizeof *this + Arena.GetReservedBytes() + TextBytes + Segments.capacity() * sizeof(HtmlObject**) +
+           PrintMarks.capacity() * sizeof(uint32_t) + PrintedTexts.capacity() + KeptRuns.GetMemoryBytes() +
+           (BlockIndex != nullptr ? sizeof(HtmlBlockIndex) + 4 * Count * sizeof(int) : 0);
 }
 
 void HtmlObjectList::AddEntry(HtmlObject* object) {
     if (object == nullptr) return;
     BlockIndex.reset();
+    Grown = true;
     Append(object);
     if (!PrintMarks.empty()) PrintMarks.push_back(0);
     KeptRuns.ForgetAll();

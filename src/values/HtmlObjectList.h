@@ -38,6 +38,17 @@ public:
     void ReplaceEntry(int index, HtmlObject* object);
     // Appends `object` (taken over); for lists built in memory.
     void AddEntry(HtmlObject* object);
+
+    // For a list kept from one request to the next: from now on ReplaceEntry
+    // keeps each object it replaces, and RestoreOriginals puts them back and
+    // forgets what the walks kept with the list (a loop's plan belongs to one
+    // request's script context). RestoreOriginals is false when the list
+    // cannot be had as parsed again (an entry was added).
+    void KeepOriginals() { KeepingOriginals = true; }
+    bool RestoreOriginals();
+    // About the bytes the list holds: its arena, the text it was parsed from
+    // (its objects hold copies of it) and what the walks kept.
+    std::size_t GetMemoryBytes() const;
     unsigned GetCount() const { return Count; }
     NyxString GetFilePath() const { return FilePath; }
 
@@ -88,7 +99,11 @@ private:
     NyxString FilePath;
     bool Read = false;
     bool Opened = true;
+    bool KeepingOriginals = false;
+    bool Grown = false;  // an entry was added after parsing
+    std::size_t TextBytes = 0;
     unsigned Count = 0;
+    std::unordered_map<unsigned, HtmlObject*> Originals;  // owned; by index, while KeepingOriginals
     std::vector<HtmlObject**> Segments;  // each kSegmentSize slots, in Arena; slots below Count are owned, never null
     // Per object: 0 never printed, 1 printed once, else 2 + the offset of its
     // kept text in PrintedTexts (a 32-bit length, then the bytes). Empty until

@@ -2,6 +2,7 @@
 // configuration file is small. Load keeps the files read, one per path.
 #include "outside/foundation/IniFile.h"
 
+#include <cstdlib>
 #include <map>
 #include <mutex>
 #include <string>
@@ -36,6 +37,21 @@ bool EqualIgnoringCase(std::string_view a, std::string_view b) {
 IniFile::IniFile(const NyxString& path) : File(path) {}
 
 IniFile::~IniFile() = default;
+
+uint64_t IniFile::ParseCount(const NyxString& text, uint64_t fallback) {
+    const std::string value = text.ToStd();
+    if (value.empty()) return fallback;
+    char* end = nullptr;
+    const unsigned long long number = std::strtoull(value.c_str(), &end, 10);
+    if (end == value.c_str()) return fallback;
+    uint64_t scale = 1;
+    if (*end == 'K' || *end == 'k') scale = 1024ull, ++end;
+    else if (*end == 'M' || *end == 'm') scale = 1024ull * 1024, ++end;
+    else if (*end == 'G' || *end == 'g') scale = 1024ull * 1024 * 1024, ++end;
+    while (*end == ' ' || *end == '\t') ++end;
+    if (*end != '\0' || value[0] == '-') return fallback;
+    return static_cast<uint64_t>(number) * scale;
+}
 
 std::shared_ptr<const IniFile> IniFile::Load(const NyxString& path) {
     struct Kept {

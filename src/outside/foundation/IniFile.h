@@ -2,6 +2,7 @@
 // "key = value" lines. Its base File (File.h) holds the lines.
 #pragma once
 
+#include <cstdint>
 #include <memory>
 
 #include "outside/foundation/File.h"
@@ -24,6 +25,10 @@ public:
     // look at the file per call, so a front end calls this once per request
     // and hands the result around. Safe from several threads.
     static std::shared_ptr<const IniFile> Load(const NyxString& path);
+
+    // A count from the configuration: decimal digits, optionally followed by
+    // K, M or G (powers of 1024). Anything else gives `fallback`.
+    static uint64_t ParseCount(const NyxString& text, uint64_t fallback);
 
     // Fills `value` with the entry, or with `defaultValue` when there is none;
     // returns whether the entry was found.

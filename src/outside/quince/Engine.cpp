@@ -118,27 +118,6 @@ NyxString Engine::ReadConfig(const char* key) {
     return value;
 }
 
-namespace {
-
-// A count from the configuration: decimal digits, optionally followed by K, M
-// or G (powers of 1024). Anything else keeps the default.
-uint64_t ParseCount(const NyxString& text, uint64_t fallback) {
-    const std::string value = text.ToStd();
-    if (value.empty()) return fallback;
-    char* end = nullptr;
-    const unsigned long long number = std::strtoull(value.c_str(), &end, 10);
-    if (end == value.c_str()) return fallback;
-    uint64_t scale = 1;
-    if (*end == 'K' || *end == 'k') scale = 1024ull, ++end;
-    else if (*end == 'M' || *end == 'm') scale = 1024ull * 1024, ++end;
-    else if (*end == 'G' || *end == 'g') scale = 1024ull * 1024 * 1024, ++end;
-    while (*end == ' ' || *end == '\t') ++end;
-    if (*end != '\0' || value[0] == '-') return fallback;
-    return static_cast<uint64_t>(number) * scale;
-}
-
-}  // namespace
-
 const Limits& Engine::ReadLimits() {
     LimitsRead = true;
     CurrentLimits = Limits();
@@ -147,7 +126,7 @@ const Limits& Engine::ReadLimits() {
         auto read = [&file](const char* key, uint64_t fallback) {
             NyxString value;
             file.GetEntryValue("QuinceConfig", key, value, NyxString());
-            return ParseCount(value, fallback);
+            return IniFile::ParseCount(value, fallback);
         };
         auto clampUnsigned = [](uint64_t value) { return static_cast<unsigned>(value > 0xFFFFFFFFu ? 0xFFFFFFFFu : value); };
         CurrentLimits.MaxCallDepth = clampUnsigned(read("MaxCallDepth", kMaxCallDepth));
