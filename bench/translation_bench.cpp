@@ -1,7 +1,8 @@
 // Renders the table page of 1,000 rows with and without a TRANSLATION tag in
-// front (SQLite store, every text already in the table), in process with a
-// fresh VexlPage each time and as a whole `vexl render` process, and prints
-// the medians and the ratio of translated to untranslated.
+// front (every text already in the table), in process with a fresh VexlPage
+// each time and as a whole `vexl render` process, and prints the medians and
+// the ratio of translated to untranslated. The store is a SQLite file, or the
+// PostgreSQL database whose URI is the first argument.
 #include <fcntl.h>
 #include <spawn.h>
 #include <sys/wait.h>
@@ -75,7 +76,7 @@ void RenderAsProcess(const fs::path& page) {
 
 }  // namespace
 
-int main() {
+int main(int argc, char** argv) {
     KeepFreedMemoryForNextRequests();
     const fs::path folder = fs::temp_directory_path() / "vexl-translation-bench";
     fs::remove_all(folder);
@@ -87,15 +88,20 @@ int main() {
         "<td id=(row)>Item</td><td data-price=(row * 3)>Price</td><td data-half=(row / 2)>Half</td></tr>\n"
         "</LOOP>\n"
         "<INCLUDE file=\"footer.vxl\">\n";
-    const fs::path database = folder / "tr.db";
+    const std::string database = argc > 1 ? argv[1] : (folder / "tr.db").string();
     Write(folder / "header.vxl", "<html><head><title>Orders</title></head><body>\n<table class=\"orders\">\n");
     Write(folder / "footer.vxl", "</table>\n</body></html>\n");
     Write(folder / "plain.vxl", body);
-    Write(folder / "translated.vxl", "<TRANSLATION file=\"" + database.string() +
+    Write(folder / "translated.vxl", "<TRANSLATION file=\"" + database +
                                          "\" table=\"t\" keycolumn=\"k\" valuecolumn=\"v\" enable>" + body);
     {
-        std::unique_ptr<GenSqlConnection> connection(GenSqlConnection::Create(GenSqlConnection::Sqlite));
-        connection->Connect(database.c_str());
+        std::unique_ptr<GenSqlConnection> connection(
+            GenSqlConnection::Create(GenSqlConnection::TypeOfPlace(NyxString(database.c_str()))));
+        if (!connection || !connection->Connect(database.c_str())) {
+            std::fprintf(stderr, "translation_bench: cannot open %s\n", database.c_str());
+            return 1;
+        }
+        delete connection->ExecuteSql("DROP TABLE IF EXISTS t", 0);
         delete connection->ExecuteSql("CREATE TABLE t (k TEXT PRIMARY KEY, v TEXT)", 0);
         delete connection->ExecuteSql("INSERT INTO t VALUES ('Item', 'Artikel'), ('Price', 'Preis')", 0);
     }
@@ -113,7 +119,8 @@ int main() {
                                                         [&] { RenderAsProcess(folder / "translated.vxl"); });
     std::printf("whole process, 1000 rows: untranslated %8.1f us, translated %8.1f us (medians of 21), ratio %.2f\n",
                 plain, translated, translated / plain);
-    std::printf("output: %zu bytes untranslated, %zu translated\n", plainSize, translatedSize);
+    std::printf("output: %zu bytes untranslated, %zu translated; store %s\n", plainSize, translatedSize,
+                argc > 1 ? "PostgreSQL" : "SQLite");
     fs::remove_all(folder);
     return 0;
 }

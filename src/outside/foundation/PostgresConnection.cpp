@@ -3,7 +3,8 @@
 // for up to a deadline, and a lost connection made again once.
 #include "outside/foundation/PostgresConnection.h"
 
-#include <libpq-fe.h>
+#include "outside/foundation/LibPq.h"
+
 #include <poll.h>
 
 #include <strings.h>
@@ -25,6 +26,10 @@ constexpr const char* kConnectTimeoutSeconds = "5";
 constexpr int kStatementTimeoutSeconds = 10;
 constexpr const char* kServerOptions = "-c statement_timeout=10000";
 
+// Only reached once Open has loaded the library: every other call needs a
+// connection or a result made through it.
+const LibPq& Pq() { return *LibPq::Load(); }
+
 bool HoldsNul(const NyxString& text) { return std::memchr(text.GetString(), '\0', text.GetSize()) != nullptr; }
 
 // Whether a statement's text ends a transaction (COMMIT, ROLLBACK, END, ABORT).
@@ -41,18 +46,19 @@ bool EndsTransaction(const char* text) {
 
 PostgresResult::PostgresResult(pg_result* result) : Result(result) {}
 
-PostgresResult::~PostgresResult() { PQclear(Result); }
+PostgresResult::~PostgresResult() { Pq().PQclear(Result); }
 
 int PostgresResult::NextRow() {
-    if (Row < PQntuples(Result)) ++Row;
-    return Row < PQntuples(Result) ? 1 : 0;
+    if (Row < Pq().PQntuples(Result)) ++Row;
+    return Row < Pq().PQntuples(Result) ? 1 : 0;
 }
 
 NyxString PostgresResult::GetColumnText(unsigned column) {
-    if (Row < 0 || Row >= PQntuples(Result) || column >= static_cast<unsigned>(PQnfields(Result))) return NyxString();
+    if (Row < 0 || Row >= Pq().PQntuples(Result) || column >= static_cast<unsigned>(Pq().PQnfields(Result)))
+        return NyxString();
     const int number = static_cast<int>(column);
-    if (PQgetisnull(Result, Row, number)) return NyxString();
-    return NyxString(PQgetvalue(Result, Row, number), static_cast<unsigned>(PQgetlength(Result, Row, number)));
+    if (Pq().PQgetisnull(Result, Row, number)) return NyxString();
+    return NyxString(Pq().PQgetvalue(Result, Row, number), static_cast<unsigned>(Pq().PQgetlength(Result, Row, number)));
 }
 
 PostgresStatement::PostgresStatement(PostgresConnection& connection, std::string text, std::string name)
@@ -65,7 +71,7 @@ GenSqlResult* PostgresStatement::Run(const NyxString* const* parameters, unsigne
 PostgresConnection::~PostgresConnection() { Close(); }
 
 void PostgresConnection::Close() {
-    if (Handle != nullptr) PQfinish(Handle);
+    if (Handle != nullptr) Pq().PQfinish(Handle);
     Handle = nullptr;
 }
 
@@ -79,11 +85,12 @@ int PostgresConnection::Connect(const NyxString& place) {
 
 bool PostgresConnection::Open() {
     Close();
+    if (LibPq::Load() == nullptr) return false;
     // Later entries win: the URI's own settings override these defaults.
     const char* keywords[] = {"connect_timeout", "options", "application_name", "dbname", nullptr};
     const char* values[] = {kConnectTimeoutSeconds, kServerOptions, "vexl", Place.c_str(), nullptr};
-    Handle = PQconnectdbParams(keywords, values, 1);
-    if (Handle == nullptr || PQstatus(Handle) != CONNECTION_OK) {
+    Handle = Pq().PQconnectdbParams(keywords, values, 1);
+    if (Handle == nullptr || Pq().PQstatus(Handle) != CONNECTION_OK) {
         Close();
         return false;
     }
@@ -93,7 +100,7 @@ bool PostgresConnection::Open() {
 
 GenSqlConnection::enum_DatabaseType PostgresConnection::GetDatabaseType() const { return Postgresql; }
 
-bool PostgresConnection::IsCurrent() { return Handle != nullptr && PQstatus(Handle) == CONNECTION_OK; }
+bool PostgresConnection::IsCurrent() { return Handle != nullptr && Pq().PQstatus(Handle) == CONNECTION_OK; }
 
 GenSqlResult* PostgresConnection::ExecuteSql(const NyxString& text, int flags) {
     if (HoldsNul(text)) return nullptr;
@@ -145,10 +152,10 @@ GenSqlResult* PostgresConnection::Send(PostgresStatement* statement, const char*
         return nullptr;
     }
     const bool inTransaction =
-        Handle != nullptr && PQstatus(Handle) == CONNECTION_OK && PQtransactionStatus(Handle) != PQTRANS_IDLE;
+        Handle != nullptr && Pq().PQstatus(Handle) == CONNECTION_OK && Pq().PQtransactionStatus(Handle) != PQTRANS_IDLE;
     GenSqlResult* result = nullptr;
     if (SendOnce(statement, text, values.data(), sizes.data(), count, result)) return result;
-    if (Handle != nullptr && PQstatus(Handle) == CONNECTION_OK) return result;  // the statement failed, not the line
+    if (Handle != nullptr && Pq().PQstatus(Handle) == CONNECTION_OK) return result;  // the statement failed, not the line
     if (inTransaction) {
         Close();
         TransactionLost = true;
@@ -162,22 +169,22 @@ GenSqlResult* PostgresConnection::Send(PostgresStatement* statement, const char*
 bool PostgresConnection::SendOnce(PostgresStatement* statement, const char* text, const char* const* values,
                                   const int* sizes, unsigned count, GenSqlResult*& result) {
     result = nullptr;
-    if (Handle == nullptr || PQstatus(Handle) != CONNECTION_OK) return false;
+    if (Handle == nullptr || Pq().PQstatus(Handle) != CONNECTION_OK) return false;
     const Deadline deadline = std::chrono::steady_clock::now() + std::chrono::seconds(kStatementTimeoutSeconds);
     const int number = static_cast<int>(count);
     int sent = 0;
     if (statement != nullptr) {
         if (!EnsurePrepared(*statement, deadline)) return false;
-        sent = PQsendQueryPrepared(Handle, statement->Name.c_str(), number, values, sizes, nullptr, 0);
+        sent = Pq().PQsendQueryPrepared(Handle, statement->Name.c_str(), number, values, sizes, nullptr, 0);
     } else {
-        sent = PQsendQueryParams(Handle, text, number, nullptr, values, sizes, nullptr, 0);
+        sent = Pq().PQsendQueryParams(Handle, text, number, nullptr, values, sizes, nullptr, 0);
     }
     if (sent == 0) return false;
     pg_result* answer = Await(deadline);
     if (answer == nullptr) return false;
-    const ExecStatusType status = PQresultStatus(answer);
+    const ExecStatusType status = Pq().PQresultStatus(answer);
     if (status != PGRES_TUPLES_OK && status != PGRES_COMMAND_OK) {
-        PQclear(answer);
+        Pq().PQclear(answer);
         return false;
     }
     result = new PostgresResult(answer);
@@ -187,11 +194,11 @@ bool PostgresConnection::SendOnce(PostgresStatement* statement, const char* text
 bool PostgresConnection::EnsurePrepared(PostgresStatement& statement, Deadline deadline) {
     if (statement.PreparedIn == Session && Session != 0) return true;
     if (Handle == nullptr) return false;
-    if (PQsendPrepare(Handle, statement.Name.c_str(), statement.Text.c_str(), 0, nullptr) == 0) return false;
+    if (Pq().PQsendPrepare(Handle, statement.Name.c_str(), statement.Text.c_str(), 0, nullptr) == 0) return false;
     pg_result* answer = Await(deadline);
     if (answer == nullptr) return false;
-    const bool prepared = PQresultStatus(answer) == PGRES_COMMAND_OK;
-    PQclear(answer);
+    const bool prepared = Pq().PQresultStatus(answer) == PGRES_COMMAND_OK;
+    Pq().PQclear(answer);
     if (prepared) statement.PreparedIn = Session;
     return prepared;
 }
@@ -200,31 +207,31 @@ pg_result* PostgresConnection::Await(Deadline deadline) {
     pg_result* last = nullptr;
     for (;;) {
         // Read what has come, waiting on the socket while libpq still expects more.
-        while (PQisBusy(Handle)) {
+        while (Pq().PQisBusy(Handle)) {
             const auto left =
                 std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
             if (left.count() <= 0) {
-                PQclear(last);
+                Pq().PQclear(last);
                 Close();  // the server stops the statement at its own timeout
                 return nullptr;
             }
-            pollfd socket{PQsocket(Handle), POLLIN, 0};
+            pollfd socket{Pq().PQsocket(Handle), POLLIN, 0};
             if (socket.fd < 0) {
-                PQclear(last);
+                Pq().PQclear(last);
                 return nullptr;
             }
             if (poll(&socket, 1, static_cast<int>(left.count())) < 0 && errno != EINTR) {
-                PQclear(last);
+                Pq().PQclear(last);
                 return nullptr;
             }
-            if (PQconsumeInput(Handle) == 0) {
-                PQclear(last);
+            if (Pq().PQconsumeInput(Handle) == 0) {
+                Pq().PQclear(last);
                 return nullptr;  // the line broke: PQstatus tells the caller
             }
         }
-        pg_result* next = PQgetResult(Handle);
+        pg_result* next = Pq().PQgetResult(Handle);
         if (next == nullptr) return last;
-        PQclear(last);
+        Pq().PQclear(last);
         last = next;
     }
 }
