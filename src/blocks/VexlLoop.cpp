@@ -54,7 +54,7 @@ int VexlLoop::Start(int index, HtmlObject*) {
     LoopPlan* plan = LoopPlan::Find(*Page, index);
     bool walkedOnce = false;
     ++Page->Walks->Loops;
-    while (EvaluateCondition(condition) != 0) {
+    while (!StopsForTime(line) && EvaluateCondition(condition) != 0) {
         if (plan == nullptr && walkedOnce && Page->Walks->PlanLoops) plan = LoopPlan::Make(walker, index);
         if (plan != nullptr && plan->Fits(*Page)) {
             plan->Run(walker);
@@ -66,5 +66,6 @@ int VexlLoop::Start(int index, HtmlObject*) {
         if (iterator.IsNotEmpty()) RunQuinceProcedure(iterator, nullptr, 0);
     }
     --Page->Walks->Loops;
+    if (Page->Walks->Ended) return -1;
     return FindLoopEndTag(index);
 }

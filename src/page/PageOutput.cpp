@@ -41,8 +41,16 @@ void VexlPage::AppendListedObject(int index, bool lineEnd) {
 }
 
 void VexlPage::FlushIfFull(const NyxString& sink) {
+    const WalkBudget& walks = *Walks;
+    if (walks.MaxOutput != 0 && walks.OutputSent + sink.GetLength() > walks.MaxOutput && !walks.Ended) EndForOutput();
     // The caller's string only grows; the page's own buffer goes out in pieces.
     if (!OutputIsExternal && sink.GetLength() >= kFlushThreshold) FlushOutput();
+}
+
+void VexlPage::EndForOutput() {
+    Walks->Ended = true;
+    PrintOutput("<P>The page was cut short: it wrote more than %llu bytes (QuinceConfig MaxOutputBytes).</P>\n",
+                static_cast<unsigned long long>(Walks->MaxOutput));
 }
 
 NyxString& VexlPage::MakeOwnBuffer() {
@@ -64,6 +72,7 @@ void VexlPage::PrintOutput(NyxString format, ...) {
 
 void VexlPage::FlushOutput() {
     if (OutputIsExternal || Output == nullptr) return;
+    Walks->OutputSent += Output->GetSize();
     std::fwrite(Output->GetString(), 1, Output->GetSize(), stdout);
     Output->SetLength(0);
 }

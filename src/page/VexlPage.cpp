@@ -9,6 +9,7 @@
 #include "outside/foundation/Paths.h"
 #include "outside/foundation/Random.h"
 #include "outside/foundation/Sql.h"
+#include "outside/quince/Engine.h"
 #include "page/Contained.h"
 #include "page/TranslationSource.h"
 #include "page/PageCache.h"
@@ -116,6 +117,12 @@ void VexlPage::ReadLimits() {
 
 bool VexlPage::Process() {
     const bool finished = Contained([&] {
+        // The top page's walk holds the request's clock; child pages share it.
+        if (Walks == &OwnWalks) {
+            const quince::Limits& limits = Context->GetEngine().GetLimits();
+            OwnWalks.Start(limits.MaxRunSeconds, limits.MaxOutputBytes);
+            Context->GetEngine().RequestDeadline = OwnWalks.Deadline;
+        }
         ProcessPrePostScripts("Preload");
         if (HtmlList != nullptr) {
             VexlParse walker(this);

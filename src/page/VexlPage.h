@@ -128,6 +128,7 @@ private:
     NyxString& Sink() { return Output != nullptr ? *Output : MakeOwnBuffer(); }  // Output, made on first use
     NyxString& MakeOwnBuffer();
     void FlushIfFull(const NyxString& sink);  // after an append to Sink()
+    void EndForOutput();                      // MaxOutputBytes reached: the walks end
 
     NyxString* OwnBuffer = nullptr;  // the page's own buffer, kept alive for child pages
     WalkBudget OwnWalks;

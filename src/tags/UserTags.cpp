@@ -37,5 +37,13 @@ int VexlParse::HandleUserTag(HtmlObject* tag, int index) {
     const NyxString proc = Page->TagDefs.GetDefinition(key);
     const int flag = Page->TagDefs.GetParseFlag(key);
     RunQuinceProcedure(proc, &stack, flag != 0 ? 1 : 0);
-    return static_cast<int>(position.GetIntegerValue());
+    // A procedure may move the position anywhere, back too: the request's
+    // clock bounds the walks that come again, and a position past the end
+    // (or far before the start) is taken as there, so that the walker's int
+    // cannot wrap.
+    if (StopsForTime(tag->GetLineNum())) return -1;
+    const long moved = position.GetIntegerValue();
+    const long end = static_cast<long>(Page->HtmlList->GetCount());
+    constexpr long kFarBefore = -(1L << 30);
+    return static_cast<int>(moved > end ? end : moved < kFarBefore ? kFarBefore : moved);
 }

@@ -19,6 +19,16 @@ NyxString VexlBase::CreateTempFile() {
 
 NyxString VexlBase::ChangeURL(const NyxString& url) { return url; }
 
+bool VexlBase::StopsForTime(unsigned line) {
+    WalkBudget& walks = *Page->Walks;
+    if (walks.Ended) return true;
+    if (!walks.TimeIsUp()) return false;
+    walks.Ended = true;
+    Page->ErrorOutput(line, "<P>The page ran longer than %u second%s (QuinceConfig MaxRunSeconds).</P>\n",
+                      walks.SecondsAllowed, walks.SecondsAllowed == 1 ? "" : "s");
+    return true;
+}
+
 void VexlBase::WalkFileOnChildPage(const NyxString& path) {
     VexlPage child(*Page);
     child.SetFile(path);

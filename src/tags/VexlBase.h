@@ -53,6 +53,9 @@ protected:
     // name (see ScriptNameForStem), for the procedures made from the page.
     NyxString PageFileStem() const;
     static NyxString ScriptNameForStem(const NyxString& stem);
+    // Whether the request has ended (time or output used up); the handler
+    // that finds the time up says so on the page, at `line`.
+    bool StopsForTime(unsigned line);
     // Compiles `source` as the body of a procedure called `name` and records
     // the name in `parameter` on a copy of the tag at `index`, which takes the
     // tag's place in the list. Returns 0 when the compile failed.

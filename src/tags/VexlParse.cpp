@@ -124,7 +124,7 @@ int VexlParse::Walk(int index, HtmlObject* stop) {
             break;
         }
         }
-        if (index == -1) return -1;
+        if (index == -1 || Page->Walks->Ended) return -1;
         ++index;
     }
     return index;

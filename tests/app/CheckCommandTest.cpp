@@ -52,6 +52,7 @@ TEST(CheckCommandTest, CorrectGoldenPagesAreClean)
         "tests/golden/blocks/loop_plan.vxl",        "tests/golden/include/folder.vxl",
         "tests/golden/include/messages.vxl",        "tests/golden/include/missing_file.vxl",
         "tests/golden/include/sub/fails_level2.vxl", "tests/golden/links/forms.vxl",
+        "tests/golden/limits/misspelt_iterator.vxl",
         "tests/golden/translation/store.vxl",       "tests/golden/translation/in_memory.vxl",
         "tests/golden/translation/repeated.vxl",    "tests/golden/usertags/box.vxl",
         "tests/golden/variables/evaluation.vxl",    "tests/golden/walker/directives.vxl",

@@ -134,6 +134,7 @@ const Limits& Engine::ReadLimits() {
         CurrentLimits.MaxSteps = read("MaxSteps", kMaxSteps);
         CurrentLimits.MaxRunSeconds = clampUnsigned(read("MaxRunSeconds", kMaxRunSeconds));
         CurrentLimits.MaxMemory = read("MaxMemory", kMaxMemory);
+        CurrentLimits.MaxOutputBytes = read("MaxOutputBytes", kMaxOutputBytes);
     }
     if (CurrentLimits.MaxCallDepth < 1) CurrentLimits.MaxCallDepth = 1;
     if (CurrentLimits.MaxParseDepth < 1) CurrentLimits.MaxParseDepth = 1;

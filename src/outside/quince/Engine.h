@@ -122,11 +122,19 @@ public:
     const Limits& GetLimits() { return LimitsRead ? CurrentLimits : ReadLimits(); }
     NyxString ReadConfig(const char* key);  // section QuinceConfig; empty if absent
     void ForgetConfig() { LimitsRead = false; }
+    // The end of the request that runs the scripts (monotonic milliseconds;
+    // 0: none): no run goes past it, whatever its own MaxRunSeconds leaves.
+    int64_t RequestDeadline = 0;
 
     // --- Output and failures (Engine.cpp)
     NyxString* Target = nullptr;
     NyxString Pending;  // printed while no target was set; FlushOutput writes it out
     NyxString& Output() { return Target != nullptr ? *Target : Pending; }
+    // Output not yet handed on, against MaxOutputBytes.
+    bool OutputIsPastLimit() {
+        const uint64_t limit = GetLimits().MaxOutputBytes;
+        return limit != 0 && Output().GetLength() > limit;
+    }
     void FlushOutput();
     // The one form of every failure report written into the output:
     // <p><b>Quince error</b> in <b>FILE</b> line <b>N</b>: MESSAGE</p>

@@ -32,6 +32,11 @@ inline constexpr unsigned kMaxRunSeconds = 20;
 // growth makes) while one request cannot exhaust the server.
 inline constexpr uint64_t kMaxMemory = 512ull * 1024 * 1024;
 
+// [MaxOutputBytes] Bytes one request may write as its page. A page of a few
+// megabytes is large; 256 MiB stops a runaway loop that prints long before
+// the server's memory is in danger. 0: no limit.
+inline constexpr uint64_t kMaxOutputBytes = 256ull * 1024 * 1024;
+
 // Slots of the VM's value stack (16 bytes each), for all active frames. Not
 // configurable: it is reserved once per context and touched only as used.
 inline constexpr unsigned kValueStackSlots = 1u << 18;
@@ -47,6 +52,7 @@ struct Limits {
     uint64_t MaxSteps = kMaxSteps;  // 0: no limit
     unsigned MaxRunSeconds = kMaxRunSeconds;
     uint64_t MaxMemory = kMaxMemory;
+    uint64_t MaxOutputBytes = kMaxOutputBytes;  // 0: no limit
 };
 
 }  // namespace quince

@@ -126,7 +126,10 @@ bool Vm::CheckBudget(NyxString& message) {
     }
     // The clock is first read at the first look, a thousand steps in, so that
     // the many short runs (expressions) never read it.
-    if (Deadline < 0) Deadline = MonotonicMilliseconds() + int64_t{limits.MaxRunSeconds} * 1000;
+    if (Deadline < 0) {
+        Deadline = MonotonicMilliseconds() + int64_t{limits.MaxRunSeconds} * 1000;
+        if (Owner.RequestDeadline != 0 && Owner.RequestDeadline < Deadline) Deadline = Owner.RequestDeadline;
+    }
     if (Deadline != 0 && MonotonicMilliseconds() > Deadline) {
         message.Printf("the script ran longer than %u second%s (QuinceConfig MaxRunSeconds)", limits.MaxRunSeconds,
                        limits.MaxRunSeconds == 1 ? "" : "s");
@@ -918,6 +921,11 @@ op_ReturnValue: {
 op_Print:
     AppendText(engine.Output(), sp[-1]);
     Release(*--sp);
+    // Looked at on every print: one print can be megabytes.
+    if (engine.OutputIsPastLimit()) {
+        FAIL("the script wrote more than %llu bytes (QuinceConfig MaxOutputBytes)",
+             static_cast<unsigned long long>(engine.GetLimits().MaxOutputBytes));
+    }
     NEXT();
 op_PrintLine:
     engine.Output().Append('\n');
