@@ -8,6 +8,7 @@
 #include "blocks/VexlIf.h"
 #include "blocks/VexlInclude.h"
 #include "blocks/VexlLoop.h"
+#include "outside/foundation/StackRoom.h"
 #include "page/VexlPage.h"
 #include "script/VexlScript.h"
 #include "tags/TagTraits.h"
@@ -40,6 +41,16 @@ int VexlParse::Start(int index, HtmlObject* stop) {
         Page->ErrorOutput(entry != nullptr ? entry->GetLineNum() : 0,
                           "<P>Blocks, includes and user tags nest deeper than %u levels.</P>\n",
                           static_cast<unsigned>(walks.Limit));
+        return -1;
+    }
+    // Each level is a few frames of the walker and a handler; a quarter of
+    // the stack is kept for the deepest work a handler does (a script, a
+    // compile), whatever limit the configuration allows.
+    if (StackIsLow(0.25)) {
+        const HtmlObject* entry = Page->HtmlList->GetEntry(index);
+        Page->ErrorOutput(entry != nullptr ? entry->GetLineNum() : 0,
+                          "<P>Blocks, includes and user tags nest deeper than this server's stack allows (%u levels).</P>\n",
+                          static_cast<unsigned>(walks.Depth));
         return -1;
     }
     ++walks.Depth;

@@ -2,6 +2,9 @@
 // configuration file is small. Load keeps the files read, one per path.
 #include "outside/foundation/IniFile.h"
 
+#include <sys/stat.h>
+
+#include <cstdio>
 #include <cstdlib>
 #include <map>
 #include <mutex>
@@ -11,6 +14,22 @@
 #include "outside/foundation/Files.h"
 
 namespace {
+
+// Far beyond any real configuration; a larger file (or a device such as
+// /dev/zero) would be read whole into memory at every change.
+constexpr long long kMaxConfigurationBytes = 1024 * 1024;
+
+// Whether the file at `path` may be read as a configuration: absent (which
+// reads as empty), or a regular file within the bound. Says why not on stderr,
+// the web server's error log.
+bool MayRead(const NyxString& path) {
+    struct stat status {};
+    if (stat(path.GetString(), &status) != 0) return true;
+    if (S_ISREG(status.st_mode) && status.st_size <= kMaxConfigurationBytes) return true;
+    std::fprintf(stderr, "vexl: configuration file %s ignored: %s\n", path.GetString(),
+                 S_ISREG(status.st_mode) ? "larger than 1 MiB" : "not a regular file");
+    return false;
+}
 
 bool IsBlank(char c) { return c == ' ' || c == '\t'; }
 
@@ -73,7 +92,7 @@ std::shared_ptr<const IniFile> IniFile::Load(const NyxString& path) {
         if (found != kept.end() && found->second.Identity == identity) return found->second.File;
     }
     // Read after the look, so a file changed in between is read again next time.
-    auto file = std::make_shared<const IniFile>(path);
+    auto file = std::make_shared<const IniFile>(MayRead(path) ? path : NyxString());
     const std::lock_guard<std::mutex> lock(guard);
     if (kept.size() >= kMostFilesKept && kept.find(key) == kept.end()) kept.clear();
     kept[key] = Kept{identity, file};

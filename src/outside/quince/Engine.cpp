@@ -137,6 +137,9 @@ const Limits& Engine::ReadLimits() {
         CurrentLimits.MaxOutputBytes = read("MaxOutputBytes", kMaxOutputBytes);
     }
     if (CurrentLimits.MaxCallDepth < 1) CurrentLimits.MaxCallDepth = 1;
+    // Every call holds at least one slot of the value stack: more calls than
+    // slots could never be made, and the frames are reserved up to the limit.
+    if (CurrentLimits.MaxCallDepth > kValueStackSlots) CurrentLimits.MaxCallDepth = kValueStackSlots;
     if (CurrentLimits.MaxParseDepth < 1) CurrentLimits.MaxParseDepth = 1;
     Memory.Limit = static_cast<std::size_t>(CurrentLimits.MaxMemory);
     return CurrentLimits;

@@ -2,6 +2,8 @@
 // entry points (a script, an expression).
 #include "outside/quince/Parser.h"
 
+#include "outside/foundation/StackRoom.h"
+
 #include "outside/quince/Engine.h"
 #include "outside/quince/Library.h"
 
@@ -147,6 +149,13 @@ void Parser::FailAt(unsigned line, const std::string& message) {
 bool Parser::EnterNesting() {
     if (++Depth > MaxDepth) {
         Fail("nesting deeper than " + std::to_string(MaxDepth) + " levels (QuinceConfig MaxParseDepth)");
+        return false;
+    }
+    // Half the stack is kept for what walks the parsed tree again (emitting
+    // code, freeing it), whose frames per level are no larger than these.
+    if (StackIsLow(0.5)) {
+        Fail("nesting deeper than this thread's stack allows (" + std::to_string(Depth) +
+             " levels; QuinceConfig MaxParseDepth)");
         return false;
     }
     return true;

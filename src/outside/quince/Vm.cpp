@@ -218,7 +218,7 @@ bool Vm::Run(Procedure* procedure, Value* arguments, unsigned count, Value& resu
         }
         StackEnd = StackBase + kValueStackSlots;
         Top = StackBase;
-        Frames.reserve(Owner.GetLimits().MaxCallDepth + 1);
+        Frames.reserve(Owner.GetLimits().MaxCallDepth + std::size_t{1});
     }
     const std::size_t baseFrame = Frames.size();
     if (baseFrame == 0) {
