@@ -2,6 +2,7 @@
 #include "outside/quince/Value.h"
 
 #include <cmath>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -241,7 +242,9 @@ bool ArrayReserve(ArrayObject& array, std::size_t count) {
     if (count - capacity > room) return false;
     std::size_t wanted = capacity * 2 > count ? capacity * 2 : count;
     if (wanted < 8) wanted = 8;
-    if (wanted - capacity > room) wanted = count;
+    // Near the limit, all the room that is left: growing by the count asked
+    // would copy the whole array at every push.
+    if (wanted - capacity > room) wanted = capacity + room;
     array.Items.reserve(wanted);
     return ChargeArray(array);
 }
@@ -274,7 +277,13 @@ static void AppendQuoted(NyxString& output, std::string_view text) {
     output.Append('"');
 }
 
-static void AppendTextTo(NyxString& output, const Value& value, bool quoteStrings) {
+namespace {
+thread_local std::size_t TextBound = SIZE_MAX;
+}
+
+void SetTextBound(std::size_t bytes) { TextBound = bytes; }
+
+static void AppendTextTo(NyxString& output, const Value& value, bool quoteStrings, std::size_t end) {
     switch (value.kind) {
         case Kind::Int: VarConversions::AppendInteger(output, value.i); break;
         case Kind::Bool: output.Append(value.i != 0 ? "true" : "false"); break;
@@ -289,9 +298,12 @@ static void AppendTextTo(NyxString& output, const Value& value, bool quoteString
             output.Append('[');
             bool first = true;
             for (const Value& item : value.a->Items) {
+                // An array that shares itself ([a, a], many times) is small
+                // but writes out exponentially.
+                if (output.GetSize() > end) break;
                 if (!first) output.Append(',');
                 first = false;
-                AppendTextTo(output, item, quoteStrings);
+                AppendTextTo(output, item, quoteStrings, end);
             }
             output.Append(']');
             break;
@@ -304,8 +316,14 @@ static void AppendTextTo(NyxString& output, const Value& value, bool quoteString
     }
 }
 
-void AppendText(NyxString& output, const Value& value) { AppendTextTo(output, value, false); }
-void AppendDump(NyxString& output, const Value& value) { AppendTextTo(output, value, true); }
+// Where a text appended to `output` is cut: TextBound bytes past its end now.
+static std::size_t TextEnd(const NyxString& output) {
+    const std::size_t size = output.GetSize();
+    return TextBound > SIZE_MAX - size ? SIZE_MAX : size + TextBound;
+}
+
+void AppendText(NyxString& output, const Value& value) { AppendTextTo(output, value, false, TextEnd(output)); }
+void AppendDump(NyxString& output, const Value& value) { AppendTextTo(output, value, true, TextEnd(output)); }
 
 // --- Conversions -------------------------------------------------------------
 

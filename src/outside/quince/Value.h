@@ -180,6 +180,10 @@ bool ArrayPush(ArrayObject& array, Value item);
 // character, a bool as true or false, a double with %.15g, a float with %.7g,
 // an array as its items' texts between [ and ] separated by ",".
 void AppendText(NyxString& output, const Value& value);
+// Arrays are written out (by AppendText and AppendDump) only while the text
+// they add stays within this many bytes, per thread; the VM sets it just past
+// its memory limit, so that whoever keeps a text cut there fails on it.
+void SetTextBound(std::size_t bytes);
 // Like AppendText, but a string (also inside an array) in double quotes.
 void AppendDump(NyxString& output, const Value& value);
 const char* KindName(Kind kind);

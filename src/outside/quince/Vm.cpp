@@ -9,7 +9,9 @@
 #pragma GCC optimize("no-crossjumping", "no-gcse", "no-tree-slp-vectorize")
 #endif
 
+#include <algorithm>
 #include <climits>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
@@ -228,6 +230,7 @@ bool Vm::Run(Procedure* procedure, Value* arguments, unsigned count, Value& resu
         if (limits.MaxSteps != 0 && limits.MaxSteps + 1 < StepsChunk) StepsChunk = static_cast<uint32_t>(limits.MaxSteps + 1);
         StepsToCheck = StepsChunk;
         Deadline = limits.MaxRunSeconds != 0 ? -1 : 0;
+        SetTextBound(limits.MaxMemory >= SIZE_MAX ? SIZE_MAX : static_cast<std::size_t>(limits.MaxMemory) + 1);
     }
     Value* base = Top;
     if (base + count > StackEnd) {
@@ -918,15 +921,23 @@ op_ReturnValue: {
     if (missing) goto failure;  // reported at the caller's line
     NEXT();
 }
-op_Print:
-    AppendText(engine.Output(), sp[-1]);
+op_Print: {
+    NyxString& output = engine.Output();
+    const std::size_t before = output.GetSize();
+    AppendText(output, sp[-1]);
     Release(*--sp);
-    // Looked at on every print: one print can be megabytes.
+    // A text cut at the memory limit (see SetTextBound) must not go out as if
+    // whole; and one print can be megabytes, so the output bound is looked at
+    // on every print.
+    if (output.GetSize() - before > engine.GetLimits().MaxMemory) {
+        FAIL("out of memory for strings and arrays (QuinceConfig MaxMemory)");
+    }
     if (engine.OutputIsPastLimit()) {
         FAIL("the script wrote more than %llu bytes (QuinceConfig MaxOutputBytes)",
              static_cast<unsigned long long>(engine.GetLimits().MaxOutputBytes));
     }
     NEXT();
+}
 op_PrintLine:
     engine.Output().Append('\n');
     NEXT();
