@@ -30,6 +30,16 @@ namespace {
 // thousand steps take a few microseconds, so the time limit is met closely.
 constexpr uint32_t kStepCheckInterval = 1024;
 
+// Bytes (or array slots) a library call may go through before the clock is
+// looked at: some tens of microseconds of work, against a look's nanoseconds.
+constexpr std::size_t kBulkForALook = 64 * 1024;
+
+std::size_t BulkOf(const Value& value) {
+    if (value.kind == Kind::String) return value.s->Length;
+    if (value.kind == Kind::Array) return value.a->Items.size() * sizeof(Value);
+    return 0;
+}
+
 int64_t MonotonicMilliseconds() {
     timespec now{};
     clock_gettime(CLOCK_MONOTONIC, &now);
@@ -872,6 +882,13 @@ op_CallBuiltinUpdate: {
     frame->Ip = ip;
     Top = sp;
     const bool ok = function.Code(Call, arguments, in.B, value);
+    // A call over a long text or array can take milliseconds, a thousand of
+    // them far longer than the time limit allows: the clock is looked at
+    // after the next step.
+    if (((in.B > 0 && BulkOf(arguments[0]) >= kBulkForALook) || BulkOf(value) >= kBulkForALook) && StepsToCheck > 1) {
+        StepsChunk -= StepsToCheck - 1;
+        StepsToCheck = 1;
+    }
     if (in.Op == Opcode::CallBuiltinUpdate) {
         // The changed first argument goes on top, to be stored back.
         Value changed = arguments[0];
