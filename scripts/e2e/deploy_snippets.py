@@ -26,6 +26,7 @@ import sys
 import tempfile
 import time
 import urllib.error
+import urllib.parse
 import urllib.request
 
 REPO = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
@@ -98,12 +99,19 @@ class Site:
 
 
 def get(url, data=None):
-    request = urllib.request.Request(url, data=data)
-    try:
-        with urllib.request.urlopen(request, timeout=10) as response:
-            return response.status, response.headers.get("Content-Type", ""), response.read().decode("utf-8", "replace")
-    except urllib.error.HTTPError as error:
-        return error.code, error.headers.get("Content-Type", ""), error.read().decode("utf-8", "replace")
+    for _ in range(5):
+        request = urllib.request.Request(url, data=data)
+        try:
+            with urllib.request.urlopen(request, timeout=10) as response:
+                return response.status, response.headers.get("Content-Type", ""), response.read().decode("utf-8", "replace")
+        except urllib.error.HTTPError as error:
+            # The site sends a form's post on to the named page's own URL
+            # (307), which a browser posts again; urllib does not.
+            if error.code in (307, 308) and data is not None:
+                url = urllib.parse.urljoin(url, error.headers["Location"])
+                continue
+            return error.code, error.headers.get("Content-Type", ""), error.read().decode("utf-8", "replace")
+    return 0, "", "too many redirects"
 
 
 def wait_for(port, process, seconds=15):

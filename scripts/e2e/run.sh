@@ -43,6 +43,17 @@ cgi_port=$(vexl_free_port)
 fcgi_port=$(vexl_free_port)
 while [ "$fcgi_port" = "$cgi_port" ]; do fcgi_port=$(vexl_free_port); done
 vexl_write_lighttpd_conf "$vexl" "$work" "$cgi_port" "$fcgi_port"
+# A folder the web server protects by password: no path through vexl may
+# reach its pages without it (the site sends _htmlfile to a page's own URL).
+mkdir -p "$work/site/admin"
+printf '<p id="secret">the admin page</p>\n' > "$work/site/admin/secret.vxl"
+printf 'admin:not-a-real-password\n' > "$work/admin-users"
+cat >> "$work/lighttpd.conf" <<CONF
+server.modules += ( "mod_auth", "mod_authn_file" )
+auth.backend = "plain"
+auth.backend.plain.userfile = "$work/admin-users"
+auth.require = ( "/admin/" => ( "method" => "basic", "realm" => "admin", "require" => "valid-user" ) )
+CONF
 cp "$work/lighttpd.conf" "$artefacts/lighttpd.conf"
 vexl_start_lighttpd "$work"
 echo "lighttpd: cgi on http://127.0.0.1:$cgi_port/, fcgi on http://localhost:$fcgi_port/"

@@ -10,6 +10,7 @@
 #include <unistd.h>
 #include <vector>
 
+#include "app/HtmlFileRedirect.h"
 #include "app/PageLocator.h"
 #include "app/PageResponse.h"
 #include "app/RequestDecoder.h"
@@ -297,10 +298,25 @@ void TakePageHeaders(VexlPage& page, bool secure, PageResponse& response)
         response.Headers.push_back(std::move(header));
 }
 
-// The page file the request names; sets `status` to 403 or 404 when there is none.
-std::string ChoosePage(const RequestEnvironment& environment, const std::vector<FormField>& fields,
-                       const std::string& root, const std::string& rootAsGiven, int& status, std::string& message)
+// The page a request is for: the one its _htmlfile names, else the one its
+// URL leads to (`ownPage`, when it leads to one).
+struct ChosenPage {
+    std::string Path;  // empty when there is none: Status and Message say why
+    std::string OwnPage;
+    int Status = 0;
+    std::string Message;
+};
+
+// The page file the request names: by the last non-empty _htmlfile. With
+// `redirecting` (RedirectHtmlFile), a post that a redirect sent on to another
+// folder holds a name that counts from the first page's folder; the redirect
+// named the page again in the query (the first `queryFields` fields), which
+// then counts instead.
+ChosenPage ChoosePage(const RequestEnvironment& environment, const std::vector<FormField>& fields,
+                      std::size_t queryFields, bool redirecting, const std::string& root,
+                      const std::string& rootAsGiven)
 {
+    ChosenPage chosen;
     // The page the URL's path leads to: PATH_TRANSLATED behind a cgi-bin
     // program, or SCRIPT_FILENAME where the server runs pages through vexl.
     std::string serverPath;
@@ -318,9 +334,13 @@ std::string ChoosePage(const RequestEnvironment& environment, const std::vector<
         serverPath = scriptFile;
 
     std::string named;  // the last non-empty _htmlfile; form fields follow the query's
-    for (const FormField& field : fields) {
-        if (field.Name == "_htmlfile" && !field.Value.empty())
-            named = field.Value;
+    std::string namedInQuery;
+    for (std::size_t i = 0; i < fields.size(); ++i) {
+        if (fields[i].Name != "_htmlfile" || fields[i].Value.empty())
+            continue;
+        named = fields[i].Value;
+        if (i < queryFields)
+            namedInQuery = named;
     }
 
     Location location;
@@ -329,27 +349,35 @@ std::string ChoosePage(const RequestEnvironment& environment, const std::vector<
         location = LocateServerPath(root, rootAsGiven, serverPath);
         if (location.Status == LocateStatus::Found)
             base = location.IsDirectory ? location.Path : FolderOf(location.Path);
+        if (location.Status == LocateStatus::Found && !location.IsDirectory)
+            chosen.OwnPage = location.Path;
     }
-    if (!named.empty())
+    if (!named.empty()) {
         location = LocateInRoot(root, base, named);
+        if (redirecting && location.Status == LocateStatus::NotFound && !namedInQuery.empty()) {
+            const Location again = LocateInRoot(root, base, namedInQuery);
+            if (again.Status == LocateStatus::Found && again.Path == chosen.OwnPage)
+                location = again;
+        }
+    }
     else if (serverPath.empty())
         location = LocateInRoot(root, root, "/");
     if (location.Status == LocateStatus::Found && location.IsDirectory)
         location = LocateInRoot(root, location.Path, kIndexPageName);
 
     if (location.Status == LocateStatus::Forbidden) {
-        status = 403;
-        message = "The page lies outside the site or may not be shown.";
+        chosen.Status = 403;
+        chosen.Message = "The page lies outside the site or may not be shown.";
     } else if (location.Status == LocateStatus::NotFound || location.IsDirectory) {
-        status = 404;
-        message = "There is no such page.";
+        chosen.Status = 404;
+        chosen.Message = "There is no such page.";
     } else if (!HasExtension(location.Path, kPageExtension)) {
-        status = 403;
-        message = std::string("Only ") + kPageExtension + " files are pages.";
+        chosen.Status = 403;
+        chosen.Message = std::string("Only ") + kPageExtension + " files are pages.";
     } else {
-        return location.Path;
+        chosen.Path = location.Path;
     }
-    return std::string();
+    return chosen;
 }
 
 }  // namespace
@@ -373,6 +401,7 @@ PageResponse RenderPageRequest(const RequestEnvironment& environment, BodyReader
     std::vector<FormField> fields;
     if (DecodeUrlEncoded(GetEnvironmentValue(environment, "QUERY_STRING"), fields) != DecodeStatus::Ok)
         return MakeErrorResponse(413, "The request carries too many fields.");
+    const std::size_t queryFields = fields.size();
     if (method == "POST") {
         std::string bytes;
         int status = ReadBody(environment, body, settings.MaxBodyBytes, bytes);
@@ -384,15 +413,17 @@ PageResponse RenderPageRequest(const RequestEnvironment& environment, BodyReader
             return MakeErrorResponse(status, "The request body could not be read.");
     }
 
-    int status = 0;
-    std::string message;
-    std::string pagePath = ChoosePage(environment, fields, root, settings.Root, status, message);
-    if (pagePath.empty())
-        return MakeErrorResponse(status, message);
+    std::string iniPath = MakeAbsolute(settings.IniPath);
+    const bool redirects = RedirectsHtmlFile(iniPath);
+    const ChosenPage chosen = ChoosePage(environment, fields, queryFields, redirects, root, settings.Root);
+    if (chosen.Path.empty())
+        return MakeErrorResponse(chosen.Status, chosen.Message);
+    const std::string& pagePath = chosen.Path;
+    if (redirects && !chosen.OwnPage.empty() && chosen.OwnPage != pagePath)
+        return RedirectToNamedPage(environment, root, chosen.OwnPage, pagePath);
 
     SessionCookieClaim session = ReadSessionCookies(GetEnvironmentValue(environment, "HTTP_COOKIE"));
 
-    std::string iniPath = MakeAbsolute(settings.IniPath);
     // A database server's URI is no file name, and stays as it is.
     std::string translationPath = settings.TranslationPath;
     if (GenSqlConnection::TypeOfPlace(ToNyx(translationPath)) == GenSqlConnection::Sqlite)

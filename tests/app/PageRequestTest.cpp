@@ -1,6 +1,7 @@
 // Tests of src/app/PageRequest.cpp: the request handling shared by cgi, fcgi
 // and serve, run on pages in a scratch site.
 #include "app/PageRequest.cpp"
+#include "app/HtmlFileRedirect.cpp"
 
 #include "outside/quince/SqliteSessionStore.h"
 
@@ -130,6 +131,63 @@ TEST_F(PageRequestTest, HtmlFileWinsOverThePathAndCountsFromItsFolder)
     PageResponse response = Run();
     EXPECT_EQ(response.Status, 200);
     EXPECT_NE(response.Body.find("shown"), std::string::npos) << response.Body;
+}
+
+// With RedirectHtmlFile, a page named by _htmlfile is served only at its own
+// address, where the web server's rules for it apply.
+TEST_F(PageRequestTest, RedirectSendsHtmlFileToThePagesOwnAddress)
+{
+    Write(Base + "/test.ini", "[QuinceConfig]\nSessionStore = " + Base + "/sessions.db\nRedirectHtmlFile = 1\n");
+    Environment["SCRIPT_NAME"] = "/shop/index.vxl";
+    Environment["SCRIPT_FILENAME"] = Site + "/index.vxl";
+    Environment["QUERY_STRING"] = "who=a%26b&_htmlfile=sub/page.vxl&n.i=3";
+    PageResponse response = Run();
+    EXPECT_EQ(response.Status, 303);
+    EXPECT_EQ(FindHeader(response, "Location"), "/shop/sub/page.vxl?who=a%26b&n.i=3");
+
+    // A form's post is posted again (307); its body still names the page from
+    // the first folder, so the query names it from its own.
+    Environment["REQUEST_METHOD"] = "POST";
+    Environment["CONTENT_TYPE"] = "application/x-www-form-urlencoded";
+    Environment["QUERY_STRING"] = "";
+    Environment["CONTENT_LENGTH"] = "22";
+    response = Run("_htmlfile=sub/page.vxl");
+    EXPECT_EQ(response.Status, 307);
+    EXPECT_EQ(FindHeader(response, "Location"), "/shop/sub/page.vxl?_htmlfile=page.vxl");
+
+    // In the same folder the body's name holds as it is.
+    Environment["CONTENT_LENGTH"] = "18";
+    response = Run("_htmlfile=show.vxl");
+    EXPECT_EQ(response.Status, 307);
+    EXPECT_EQ(FindHeader(response, "Location"), "/shop/show.vxl");
+
+    // The post again, at the page's own address: served there.
+    Environment["CONTENT_LENGTH"] = "22";
+    Environment["SCRIPT_NAME"] = "/shop/sub/page.vxl";
+    Environment["SCRIPT_FILENAME"] = Site + "/sub/page.vxl";
+    Environment["QUERY_STRING"] = "_htmlfile=page.vxl";
+    response = Run("_htmlfile=sub/page.vxl");
+    EXPECT_EQ(response.Status, 200);
+    EXPECT_NE(response.Body.find("sub page"), std::string::npos) << response.Body;
+}
+
+TEST_F(PageRequestTest, RedirectLeavesLinksToThePageItselfAndIsOffByDefault)
+{
+    Environment["SCRIPT_NAME"] = "/index.vxl";
+    Environment["SCRIPT_FILENAME"] = Site + "/index.vxl";
+    Environment["QUERY_STRING"] = "_htmlfile=sub/page.vxl";
+    EXPECT_EQ(Run().Status, 200);  // no RedirectHtmlFile: served in place
+
+    Write(Base + "/test.ini", "[QuinceConfig]\nSessionStore = " + Base + "/sessions.db\nRedirectHtmlFile = 1\n");
+    Environment["QUERY_STRING"] = "_htmlfile=index.vxl";
+    PageResponse response = Run();
+    EXPECT_EQ(response.Status, 200);
+    EXPECT_NE(response.Body.find("start page"), std::string::npos) << response.Body;
+
+    // An address that does not end in the page's own path cannot be told.
+    Environment["SCRIPT_NAME"] = "/elsewhere.vxl";
+    Environment["QUERY_STRING"] = "_htmlfile=sub/page.vxl";
+    EXPECT_EQ(Run().Status, 403);
 }
 
 TEST_F(PageRequestTest, PathTranslatedChoosesThePage)
