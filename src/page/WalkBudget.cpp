@@ -26,6 +26,12 @@ void WalkBudget::Start(unsigned seconds, uint64_t maxOutput) {
     CallsToSkip = 0;
 }
 
+unsigned WalkBudget::MillisecondsLeft() const {
+    if (Deadline == 0) return 0;
+    const int64_t left = Deadline - MonotonicMilliseconds();
+    return left < 1 ? 1u : left > 0x7FFFFFFF ? 0x7FFFFFFFu : static_cast<unsigned>(left);
+}
+
 bool WalkBudget::TimeIsUp() {
     if (Deadline == 0 || CallsToSkip-- > 0) return false;
     CallsToSkip = kCallsBetweenLooks - 1;

@@ -28,6 +28,8 @@ struct WalkBudget {
     void Start(unsigned seconds, uint64_t maxOutput);
     // Whether the time is up; the clock is read at every 64th call only.
     bool TimeIsUp();
+    // Milliseconds the request has left (at least 1), or 0 without a limit.
+    unsigned MillisecondsLeft() const;
 
 private:
     int CallsToSkip = 0;

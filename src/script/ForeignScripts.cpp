@@ -34,9 +34,24 @@ void VexlScript::ExecuteNonQuinceScript(NyxString& interpreter, HtmlObject* tag,
     const NyxString output = tag->FindEntry("src") != 0 ? ExecuteScriptFile(interpreter, tag->GetStrValue("src"))
                                                         : ExecuteScriptBuffer(interpreter, tag, index);
     Page->TempFiles.PushBack(output);
+    WalkBudget& walks = *Page->Walks;
+    if (TimedOut && StoppedByRequestClock) {
+        walks.Ended = true;
+        Page->ErrorOutput(tag->GetLineNum(), "<P>The page ran longer than %u second%s (QuinceConfig MaxRunSeconds).</P>\n",
+                          walks.SecondsAllowed, walks.SecondsAllowed == 1 ? "" : "s");
+        return;
+    }
     if (TimedOut) {
         Page->ErrorOutput(tag->GetLineNum(), "<P>SCRIPT interpreter '%S' was stopped after %u seconds.</P>\n",
                           &interpreter, TimeLimitSeconds);
+        return;
+    }
+    // Output past the request's bound is neither read into memory nor walked.
+    FileIdentity written;
+    if (walks.MaxOutput != 0 && FileGetIdentity(output, written) && static_cast<uint64_t>(written.Size) > walks.MaxOutput) {
+        walks.Ended = true;
+        Page->ErrorOutput(tag->GetLineNum(), "<P>SCRIPT interpreter '%S' wrote more than %llu bytes (QuinceConfig MaxOutputBytes).</P>\n",
+                          &interpreter, static_cast<unsigned long long>(walks.MaxOutput));
         return;
     }
     if (parseOutput != 0) {
@@ -46,7 +61,7 @@ void VexlScript::ExecuteNonQuinceScript(NyxString& interpreter, HtmlObject* tag,
     FILE* file = std::fopen(output.GetString(), "r");
     if (file == nullptr) return;
     char buffer[kReadPiece];
-    while (std::fgets(buffer, kReadPiece, file) != nullptr) Page->AppendOutput(NyxString(buffer));
+    while (!walks.Ended && std::fgets(buffer, kReadPiece, file) != nullptr) Page->AppendOutput(NyxString(buffer));
     std::fclose(file);
 }
 
@@ -61,7 +76,13 @@ NyxString VexlScript::ExecuteScriptFile(NyxString& interpreter, const NyxString&
     bool started = false;
     const int pid = ExecRedirect(command, started, nullptr, NyxString(), output, NyxString(), 0, false, true, nullptr,
                                  false, nullptr);
-    if (pid != 0) TimedOut = WaitForProcess(pid, TimeLimitSeconds * 1000) == WaitOutcome::TimedOut;
+    // The interpreter's own limit, or what is left of the request's time if
+    // that ends first.
+    unsigned limit = TimeLimitSeconds * 1000;
+    const unsigned left = Page->Walks->MillisecondsLeft();
+    StoppedByRequestClock = left != 0 && (limit == 0 || left < limit);
+    if (StoppedByRequestClock) limit = left;
+    if (pid != 0) TimedOut = WaitForProcess(pid, limit) == WaitOutcome::TimedOut;
     return output;
 }
 

@@ -21,4 +21,5 @@ private:
 
     unsigned TimeLimitSeconds = 0;  // 0: wait for the interpreter without limit
     bool TimedOut = false;          // the last interpreter run was stopped
+    bool StoppedByRequestClock = false;  // ... by the request's time (MaxRunSeconds), not its own limit
 };
