@@ -460,6 +460,12 @@ PageResponse RenderPageRequest(const RequestEnvironment& environment, BodyReader
         std::string sessionProblem = page.GetSessionProblem().ToStd();
         if (!sessionProblem.empty())
             std::fprintf(stderr, "vexl: %s: %s\n", pagePath.c_str(), sessionProblem.c_str());
+        const std::string writeProblem = page.GetWriteProblem().ToStd();
+        if (!writeProblem.empty()) {
+            // A page cut short must not pass for a finished one.
+            std::fprintf(stderr, "vexl: %s: %s\n", pagePath.c_str(), writeProblem.c_str());
+            return MakeErrorResponse(500, "The page could not be finished: the server could not write a file it needed.");
+        }
         if (page.HasSessionFailed()) {
             // Its changes are not kept: the visitor must not take the page for done.
             response = MakeErrorResponse(503, "The page's session is busy or could not be stored: " + sessionProblem +

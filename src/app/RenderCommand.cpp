@@ -2,6 +2,7 @@
 // the result to the standard output, byte for byte.
 #include <cstdio>
 #include <cstdlib>
+#include <cerrno>
 #include <cstring>
 #include <string>
 #include <utility>
@@ -176,6 +177,7 @@ int RunRenderCommand(int argc, char** argv)
 
     // The order of calls below is the one every calling executable keeps.
     NyxString output;
+    std::string pageWritten;  // why the page could not write what it needed
     {
         VexlPage page;
         if (options.HasIni)
@@ -189,6 +191,7 @@ int RunRenderCommand(int argc, char** argv)
         for (const auto& [name, value] : options.Variables)
             page.CreateOneVariable(ToNyx(name), ToNyx(value), QuinceContext::VarListPage);
         page.Process();
+        pageWritten = page.GetWriteProblem().ToStd();
 
         // Whatever the library printed itself is already in the stream, ahead
         // of the headers and the body.
@@ -207,6 +210,14 @@ int RunRenderCommand(int argc, char** argv)
         }
     }
     WriteBytes(output.GetString(), output.GetSize());
-    std::fflush(stdout);
+    // A full disk or a closed pipe must not pass for a page written whole.
+    if (std::fflush(stdout) != 0 || std::ferror(stdout)) {
+        std::fprintf(stderr, "vexl render: the page could not be written whole: %s\n", std::strerror(errno));
+        return 1;
+    }
+    if (!pageWritten.empty()) {
+        std::fprintf(stderr, "vexl render: %s\n", pageWritten.c_str());
+        return 1;
+    }
     return 0;
 }

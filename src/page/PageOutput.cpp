@@ -47,6 +47,14 @@ void VexlPage::FlushIfFull(const NyxString& sink) {
     if (!OutputIsExternal && sink.GetLength() >= kFlushThreshold) FlushOutput();
 }
 
+void VexlPage::FailWrite(const NyxString& problem) {
+    // The top page answers for the request; child pages tell it.
+    VexlPage* top = this;
+    while (top->ParentPage != nullptr) top = top->ParentPage;
+    if (top->WriteProblem.IsEmpty()) top->WriteProblem = problem;
+    Walks->Ended = true;
+}
+
 void VexlPage::EndForOutput() {
     Walks->Ended = true;
     PrintOutput("<P>The page was cut short: it wrote more than %llu bytes (QuinceConfig MaxOutputBytes).</P>\n",
@@ -73,8 +81,9 @@ void VexlPage::PrintOutput(NyxString format, ...) {
 void VexlPage::FlushOutput() {
     if (OutputIsExternal || Output == nullptr) return;
     Walks->OutputSent += Output->GetSize();
-    std::fwrite(Output->GetString(), 1, Output->GetSize(), stdout);
+    const bool written = std::fwrite(Output->GetString(), 1, Output->GetSize(), stdout) == Output->GetSize();
     Output->SetLength(0);
+    if (!written) FailWrite(NyxString("the page could not be written whole to the standard output"));
 }
 
 void VexlPage::ErrorOutput(unsigned line, const NyxString& format, ...) {

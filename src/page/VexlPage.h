@@ -50,6 +50,10 @@ public:
     NyxString GetSessionSecret() const;   // the settled session's secret, for the visitor's cookie
     NyxString GetSessionProblem() const;  // why the session failed in this request; empty if it did not
     bool HasSessionFailed() const;        // its lock could not be had in time, or its changes not stored
+    // Why a file the request needed could not be written (a temporary folder
+    // not writable, a full disk); empty if nothing failed. The request ended there.
+    const NyxString& GetWriteProblem() const { return WriteProblem; }
+    void FailWrite(const NyxString& problem);
     void CreateOneVariable(const NyxString& name, const NyxString& value, QuinceContext::enum_VarListType list);
     void SetTranslationFile(const NyxString& path);
     GenSqlConnection* GetTranslationDb();
@@ -131,5 +135,6 @@ private:
     void EndForOutput();                      // MaxOutputBytes reached: the walks end
 
     NyxString* OwnBuffer = nullptr;  // the page's own buffer, kept alive for child pages
+    NyxString WriteProblem;
     WalkBudget OwnWalks;
 };

@@ -70,7 +70,10 @@ void VexlScript::ExecuteNonQuinceScript(NyxString& interpreter, HtmlObject* tag,
 NyxString VexlScript::ExecuteScriptFile(NyxString& interpreter, const NyxString& script) {
     const NyxString output = GetTemporaryFilePath("vexl-out");
     TimedOut = false;
-    if (output.IsEmpty()) return output;  // no file: nothing runs, nothing comes in
+    if (output.IsEmpty()) {  // no file: nothing runs, nothing comes in, and the request fails
+        Page->FailWrite(NyxString("a foreign script's output could not be written: the temporary folder is not writable"));
+        return output;
+    }
     NyxString command;
     command.Printf("%S %S", &interpreter, &script);
     bool started = false;
@@ -88,15 +91,23 @@ NyxString VexlScript::ExecuteScriptFile(NyxString& interpreter, const NyxString&
 
 NyxString VexlScript::ExecuteScriptBuffer(NyxString& interpreter, HtmlObject*, int index) {
     const NyxString path = CreateTempFile();
-    FILE* file = std::fopen(path.GetString(), "w");
-    if (file == nullptr) return ExecuteScriptFile(interpreter, path);
-    std::fprintf(file, "#!%s\n\n", interpreter.GetString());
+    FILE* file = path.IsEmpty() ? nullptr : std::fopen(path.GetString(), "w");
+    if (file == nullptr) {
+        Page->FailWrite(NyxString("a foreign script could not be written: the temporary folder is not writable"));
+        return NyxString();
+    }
+    bool written = std::fprintf(file, "#!%s\n\n", interpreter.GetString()) > 0;
     const HtmlObject* body = Page->HtmlList->GetEntry(index + 1);
     if (body != nullptr) {
         const NyxString text = body->Output();
-        std::fwrite(text.GetString(), 1, text.GetSize(), file);
+        written = std::fwrite(text.GetString(), 1, text.GetSize(), file) == text.GetSize() && written;
     }
-    std::fclose(file);
+    written = std::fclose(file) == 0 && written;
+    if (!written) {  // a full disk: a script cut short must not run
+        FileDelete(path, 0);
+        Page->FailWrite(NyxString("a foreign script could not be written whole: the temporary folder is full"));
+        return NyxString();
+    }
     const NyxString output = ExecuteScriptFile(interpreter, path);
     FileDelete(path, 0);
     return output;
