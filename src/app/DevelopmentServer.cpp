@@ -82,15 +82,17 @@ ReadOutcome ReadHead(int socket, std::string& buffer, std::size_t& headEnd)
     char chunk[kReadChunkBytes];
     // Each pass reads at least one byte or returns; the buffer is bounded.
     while (true) {
+        // A head that ends within the buffer still counts its whole size:
+        // one large read must not let a head past the limit.
         std::size_t end = buffer.find("\r\n\r\n");
         if (end != std::string::npos) {
             headEnd = end + 4;
-            return ReadOutcome::Ok;
+            return headEnd > kMaxRequestHeadBytes ? ReadOutcome::TooLarge : ReadOutcome::Ok;
         }
         end = buffer.find("\n\n");
         if (end != std::string::npos) {
             headEnd = end + 2;
-            return ReadOutcome::Ok;
+            return headEnd > kMaxRequestHeadBytes ? ReadOutcome::TooLarge : ReadOutcome::Ok;
         }
         if (buffer.size() > kMaxRequestHeadBytes)
             return ReadOutcome::TooLarge;
@@ -260,13 +262,33 @@ PageResponse Route(const ServerConfig& config, const std::string& root, const Ex
     return ServeStaticFile(location.Path, exchange.Head.Method);
 }
 
+// A request's own bytes in the log, with control characters, blanks and
+// backslashes as \xNN: a "%0a" in a path must not forge a line of its own.
+std::string ForLog(const std::string& text)
+{
+    static const char kHex[] = "0123456789abcdef";
+    std::string escaped;
+    for (const char c : text) {
+        const auto byte = static_cast<unsigned char>(c);
+        if (byte <= 0x20 || byte == 0x7f || c == '\\') {
+            escaped += "\\x";
+            escaped += kHex[byte >> 4];
+            escaped += kHex[byte & 15];
+        } else {
+            escaped += c;
+        }
+    }
+    return escaped;
+}
+
 void LogRequest(const std::string& method, const std::string& path, int status, std::size_t bytes,
                 Clock::time_point start)
 {
     long long milliseconds =
         std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start).count();
     std::lock_guard<std::mutex> lock(LogMutex);
-    std::fprintf(stderr, "%s %s %d %zu %lld\n", method.c_str(), path.c_str(), status, bytes, milliseconds);
+    std::fprintf(stderr, "%s %s %d %zu %lld\n", ForLog(method).c_str(), ForLog(path).c_str(), status, bytes,
+                 milliseconds);
 }
 
 bool SendResponse(int socket, const PageResponse& response, bool withBody, bool keepAlive)

@@ -1,0 +1,85 @@
+"""vexl serve under requests that went wrong before: a runaway page ends at the
+request's time limit and the server answers the next request; a head past
+16 KiB is refused even when it arrives in one piece; a "%0a" in a path cannot
+forge a line of the log.
+
+Usage: serve_test.py VEXL"""
+import os
+import socket
+import subprocess
+import sys
+import tempfile
+import time
+
+
+def free_port():
+    with socket.socket() as probe:
+        probe.bind(("127.0.0.1", 0))
+        return probe.getsockname()[1]
+
+
+def ask(port, request, timeout=10):
+    with socket.create_connection(("127.0.0.1", port), timeout=timeout) as connection:
+        connection.sendall(request)
+        answer = b""
+        while True:
+            piece = connection.recv(65536)
+            if not piece:
+                return answer
+            answer += piece
+
+
+def status_of(answer):
+    line = answer.split(b"\r\n", 1)[0]
+    return int(line.split()[1]) if line.startswith(b"HTTP/") else 0
+
+
+def main():
+    vexl = sys.argv[1]
+    failures = []
+    with tempfile.TemporaryDirectory() as root:
+        with open(os.path.join(root, "vexl.ini"), "w") as ini:
+            ini.write("[QuinceConfig]\nMaxRunSeconds = 1\nSessionStore =\n")
+        with open(os.path.join(root, "endless.vxl"), "w") as page:
+            page.write('<LOOP condition="1"></LOOP>')
+        with open(os.path.join(root, "index.vxl"), "w") as page:
+            page.write("<p>start</p>")
+        port = free_port()
+        log = open(os.path.join(root, "serve.log"), "w+")
+        server = subprocess.Popen([vexl, "serve", "--root", root, "--port", str(port)], stderr=log)
+        try:
+            for _ in range(100):
+                try:
+                    socket.create_connection(("127.0.0.1", port), timeout=1).close()
+                    break
+                except OSError:
+                    time.sleep(0.05)
+            started = time.monotonic()
+            answer = ask(port, b"GET /endless.vxl HTTP/1.0\r\n\r\n")
+            seconds = time.monotonic() - started
+            if b"ran longer than 1 second" not in answer or seconds > 5:
+                failures.append(f"the endless page answered after {seconds:.1f} s: {answer[:300]!r}")
+            if b"start</p>" not in ask(port, b"GET / HTTP/1.0\r\n\r\n"):
+                failures.append("no answer after the endless page")
+            big = b"GET / HTTP/1.0\r\nX-Filler: " + b"a" * (20 * 1024) + b"\r\n\r\n"
+            if status_of(ask(port, big)) != 431:
+                failures.append("a head of 20 KiB in one piece was not refused with 431")
+            ask(port, b"GET /forged%0aGET%20/admin%20200 HTTP/1.0\r\n\r\n")
+        finally:
+            server.terminate()
+            server.wait(10)
+        log.seek(0)
+        lines = log.read().splitlines()
+        if any(line.startswith("GET /admin") for line in lines):
+            failures.append("a %0a in a path forged a log line: " + repr(lines[-3:]))
+        if not any("/forged\\x0aGET\\x20/admin" in line for line in lines):
+            failures.append("the path with %0a is not in the log, escaped: " + repr(lines[-3:]))
+    for failure in failures:
+        print("FAIL " + failure)
+    if not failures:
+        print("ok   vexl serve: runaway page ended at its limit, next request answered, big head refused, log escaped")
+    return 1 if failures else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
