@@ -35,6 +35,7 @@ const LibPq* Open() {
     find(functions.PQgetvalue, "PQgetvalue");
     find(functions.PQgetlength, "PQgetlength");
     find(functions.PQclear, "PQclear");
+    find(functions.PQsetNoticeProcessor, "PQsetNoticeProcessor");
     // Kept loaded for the process, as function modules are.
     return complete ? &functions : nullptr;
 }

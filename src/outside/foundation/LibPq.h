@@ -25,6 +25,7 @@ struct LibPq {
     decltype(&::PQgetvalue) PQgetvalue;
     decltype(&::PQgetlength) PQgetlength;
     decltype(&::PQclear) PQclear;
+    decltype(&::PQsetNoticeProcessor) PQsetNoticeProcessor;
 
     // The library's functions, or null when it cannot be opened (then no
     // PostgreSQL connection can be made). Opened once per process.

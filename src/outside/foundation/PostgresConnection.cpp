@@ -94,6 +94,9 @@ bool PostgresConnection::Open() {
         Close();
         return false;
     }
+    // The server's notices ("relation already exists, skipping") are no
+    // news: they would fill the web server's log at every start.
+    Pq().PQsetNoticeProcessor(Handle, [](void*, const char*) {}, nullptr);
     ++Session;
     return true;
 }

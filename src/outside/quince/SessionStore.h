@@ -62,4 +62,9 @@ public:
 
 protected:
     std::string OpenProblem;  // why IsOpen is false
+
+    static int64_t Now();  // unix seconds, the stores' time stamps
+    // Compares every byte whatever the first difference, so that the time
+    // taken tells a guesser nothing about how much of a secret was right.
+    static bool SameSecret(std::string_view stored, std::string_view given);
 };

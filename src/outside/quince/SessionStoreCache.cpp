@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "outside/foundation/Files.h"
+#include "outside/quince/PostgresSessionStore.h"
 #include "outside/quince/SqliteSessionStore.h"
 
 namespace {
@@ -24,8 +25,16 @@ struct KeptStore {
     uint64_t LastUse = 0;
 };
 
+// A database server's store, by its URI: its connection is made again by the
+// connection itself when the server restarts.
+struct KeptServerStore {
+    std::string Uri;
+    std::unique_ptr<SessionStore> Store;
+};
+
 struct ThreadStores {
     std::vector<KeptStore> Kept;
+    std::vector<KeptServerStore> Servers;
     uint64_t Uses = 0;
 };
 
@@ -36,14 +45,32 @@ ThreadStores& Stores() {
 
 constexpr std::string_view kSqlitePrefix = "sqlite:";
 
+SessionStore* UsePostgresStore(const std::string& uri, std::string& problem) {
+#ifdef VEXL_HAVE_POSTGRESQL
+    std::vector<KeptServerStore>& servers = Stores().Servers;
+    for (const KeptServerStore& kept : servers) {
+        if (kept.Uri == uri) return kept.Store.get();
+    }
+    auto store = std::make_unique<PostgresSessionStore>(NyxString(uri.c_str()));
+    if (!store->IsOpen()) {
+        problem = store->Problem();
+        return nullptr;
+    }
+    if (servers.size() >= kMaxKeptStores) servers.erase(servers.begin());
+    servers.push_back(KeptServerStore{uri, std::move(store)});
+    return servers.back().Store.get();
+#else
+    (void)uri;
+    problem = "this vexl was built without PostgreSQL (install libpq-dev and rebuild)";
+    return nullptr;
+#endif
+}
+
 }  // namespace
 
 SessionStore* UseSessionStore(const NyxString& location, std::string& problem) {
     std::string path = location.ToStd();
-    if (path.rfind("postgresql:", 0) == 0 || path.rfind("postgres:", 0) == 0) {
-        problem = "this vexl keeps sessions in SQLite only";
-        return nullptr;
-    }
+    if (path.rfind("postgresql:", 0) == 0 || path.rfind("postgres:", 0) == 0) return UsePostgresStore(path, problem);
     if (path.rfind(kSqlitePrefix, 0) == 0) path.erase(0, kSqlitePrefix.size());
     if (path.empty()) {
         problem = "no session store was named";
@@ -87,4 +114,7 @@ SessionStore* UseSessionStore(const NyxString& location, std::string& problem) {
     return stores.Kept.back().Store.get();
 }
 
-void CloseSessionStores() { Stores().Kept.clear(); }
+void CloseSessionStores() {
+    Stores().Kept.clear();
+    Stores().Servers.clear();
+}

@@ -56,19 +56,17 @@ const char* const kStatements[] = {
     "ROLLBACK",
 };
 
-int64_t Now() { return static_cast<int64_t>(std::time(nullptr)); }
+}  // namespace
 
-// Compares every byte whatever the first difference, so that the time taken
-// tells a guesser nothing about how much of a secret was right.
-bool SameSecret(std::string_view stored, std::string_view given) {
+int64_t SessionStore::Now() { return static_cast<int64_t>(std::time(nullptr)); }
+
+bool SessionStore::SameSecret(std::string_view stored, std::string_view given) {
     if (stored.size() != given.size() || stored.empty()) return false;
     unsigned char difference = 0;
     for (std::size_t i = 0; i < stored.size(); ++i)
         difference |= static_cast<unsigned char>(stored[i] ^ given[i]);
     return difference == 0;
 }
-
-}  // namespace
 
 SqliteSessionStore::SqliteSessionStore(const NyxString& databasePath) {
     if (!Open(databasePath)) Close();

@@ -88,11 +88,15 @@ TEST_F(SessionStoreCacheTest, AStoreThatCannotOpenIsTriedAgain) {
     EXPECT_NE(UseSessionStore(NyxString(blocked.c_str()), problem), nullptr) << problem;
 }
 
-TEST_F(SessionStoreCacheTest, OnlySqliteIsBuiltIn) {
+TEST_F(SessionStoreCacheTest, AServerThatCannotBeReachedAndAnEmptyPathAreRefused) {
     std::string problem;
-    EXPECT_EQ(UseSessionStore(NyxString("postgresql://localhost/sessions"), problem), nullptr);
-    EXPECT_EQ(problem, "this vexl keeps sessions in SQLite only");
+    EXPECT_EQ(UseSessionStore(NyxString("postgresql:///sessions?host=/nonexistent"), problem), nullptr);
+#ifdef VEXL_HAVE_POSTGRESQL
+    EXPECT_EQ(problem, "the PostgreSQL server cannot be reached");
+#endif
+    problem.clear();
     EXPECT_EQ(UseSessionStore(NyxString("sqlite:"), problem), nullptr);
+    EXPECT_EQ(problem, "no session store was named");
 }
 
 }  // namespace
