@@ -2,7 +2,8 @@
 # Builds and runs every test (what CI runs): installs the dependencies, then
 #   1. a normal build with every test,
 #   2. the end-to-end test: the example site behind lighttpd (CGI and
-#      FastCGI), driven by headless Chromium,
+#      FastCGI), driven by headless Chromium; two lighttpd "machines"
+#      sharing one PostgreSQL session store,
 #      and every web server configuration of docs/deploy.md, taken from the
 #      document and started as written there (scripts/e2e/deploy_snippets.py),
 #   3. the Debian package (scripts/package/run.sh): built with CPack,
@@ -49,6 +50,11 @@ run_tests release build/ci-release
 step "end-to-end: lighttpd and Chromium"
 bash scripts/e2e/run.sh build/ci-release 2>&1 | tee "$logs/e2e.log"
 summaries+=("end-to-end:" "$(grep -E '^e2e: ' "$logs/e2e.log" | tail -n 1)")
+
+step "end-to-end: two machines, one PostgreSQL session store"
+bash scripts/e2e/two_machines.sh build/ci-release 2>&1 | tee "$logs/two-machines.log"
+summaries+=("two machines:" "$(grep -E '^two machines: ' "$logs/two-machines.log" | tail -n 1)")
+grep -q '^two machines: \(all checks passed\|SKIP\)' "$logs/two-machines.log"
 
 step "deploy snippets: each server configuration of docs/deploy.md, as written there"
 python3 scripts/e2e/deploy_snippets.py build/ci-release/vexl 2>&1 | tee "$logs/deploy.log"
