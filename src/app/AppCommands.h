@@ -11,6 +11,7 @@ int RunFastCgiCommand(int argc, char** argv);
 int RunServeCommand(int argc, char** argv);
 int RunCheckCommand(int argc, char** argv);
 int RunVersionCommand();
+int RunCopyStoreCommand(int argc, char** argv);
 
 // Writes "vexl: <message>" and a hint to --help on stderr; returns kUsageExitStatus.
 int ReportUsageError(const char* command, const char* message);

@@ -19,6 +19,7 @@ const char kProgramHelp[] =
     "  fcgi                    answer FastCGI requests in one long-lived process\n"
     "  serve --root DIR        a development web server on 127.0.0.1\n"
     "  check PATH...           read pages without running them and report mistakes\n"
+    "  copy-store WHAT FROM TO copy sessions or a translation table between stores\n"
     "\n"
     "Options of render:\n"
     "  --ini FILE              configuration file of the site\n"
@@ -59,6 +60,8 @@ int main(int argc, char** argv)
         return RunVersionCommand();
     if (std::strcmp(command, "check") == 0)
         return RunCheckCommand(argc - 2, argv + 2);
+    if (std::strcmp(command, "copy-store") == 0)
+        return RunCopyStoreCommand(argc - 2, argv + 2);
     if (std::strcmp(command, "render") == 0)
         return RunRenderCommand(argc - 2, argv + 2);
     if (std::strcmp(command, "cgi") == 0)

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "PostgresServer.h"
+#include "outside/quince/SessionStoreCopy.h"
 #include "outside/quince/SqliteSessionStore.h"
 #include "values/VarArray.h"
 #include "values/VarInteger.h"
@@ -158,6 +159,44 @@ TEST(PostgresSessionStore, AnUnreachableServerIsAStoreThatSaysWhy) {
     EXPECT_FALSE(store.Problem().empty());
     EXPECT_FALSE(store.Exists(1));
     EXPECT_FALSE(store.Lock(1, 10));
+}
+
+// A site moving to PostgreSQL copies its sessions there, and they resume
+// with their secrets and values; copied back, the same.
+TEST(PostgresSessionCopy, SessionsMoveToPostgresAndBack) {
+    PostgresDatabase server;
+    if (server.Uri.empty()) GTEST_SKIP() << "no PostgreSQL for this test: " << server.WhyNot;
+    char folder[] = "/tmp/vexl-session-copy-XXXXXX";
+    ASSERT_NE(mkdtemp(folder), nullptr);
+    const std::string first = std::string(folder) + "/first.db", back = std::string(folder) + "/back.db";
+    const std::string secret = "0123456789abcdef0123456789abcdef";
+    {
+        SqliteSessionStore store{NyxString(first.c_str())};
+        ASSERT_TRUE(store.Create(21, secret));
+        VarString text;
+        text.SetVarName("text");
+        text.SetStringValue(NyxString(std::string_view("x\0y", 3)));
+        ASSERT_TRUE(store.Save(21, text));
+        store.Touch(22);
+    }
+    std::string problem;
+    EXPECT_EQ(CopySessions(NyxString(first.c_str()), NyxString(server.Uri.c_str()), problem), 2) << problem;
+    EXPECT_EQ(CopySessions(NyxString(server.Uri.c_str()), NyxString(back.c_str()), problem), 2) << problem;
+    PostgresSessionStore onServer{NyxString(server.Uri.c_str())};
+    SqliteSessionStore copied{NyxString(back.c_str())};
+    for (SessionStore* store : {static_cast<SessionStore*>(&onServer), static_cast<SessionStore*>(&copied)}) {
+        EXPECT_TRUE(store->Resume(21, secret, 3600));
+        EXPECT_FALSE(store->Resume(22, secret, 3600));  // no secret: a number chosen by the caller
+        EXPECT_TRUE(store->Exists(22));
+        std::unique_ptr<Variable> text(store->Load(21, NyxString("text")));
+        ASSERT_NE(text, nullptr);
+        EXPECT_EQ(text->GetText().ToStd(), std::string("x\0y", 3));
+    }
+    const std::string missing = std::string(folder) + "/missing.db";
+    EXPECT_EQ(CopySessions(NyxString(missing.c_str()), NyxString(back.c_str()), problem), -1);
+    EXPECT_FALSE(std::filesystem::exists(missing));  // the source is not made
+    EXPECT_FALSE(problem.empty());
+    std::filesystem::remove_all(folder);
 }
 
 }  // namespace
