@@ -460,6 +460,10 @@ PageResponse RenderPageRequest(const RequestEnvironment& environment, BodyReader
         std::string sessionProblem = page.GetSessionProblem().ToStd();
         if (!sessionProblem.empty())
             std::fprintf(stderr, "vexl: %s: %s\n", pagePath.c_str(), sessionProblem.c_str());
+        // A limit that ended the page goes to the log too: the visitor saw its message.
+        const char* endedBy = page.Walks->EndedBy;
+        if (page.Walks->Ended && page.GetWriteProblem().IsEmpty())
+            std::fprintf(stderr, "vexl: %s: the page was ended by its limit %s\n", pagePath.c_str(), endedBy);
         const std::string writeProblem = page.GetWriteProblem().ToStd();
         if (!writeProblem.empty()) {
             // A page cut short must not pass for a finished one.

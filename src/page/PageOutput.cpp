@@ -52,11 +52,11 @@ void VexlPage::FailWrite(const NyxString& problem) {
     VexlPage* top = this;
     while (top->ParentPage != nullptr) top = top->ParentPage;
     if (top->WriteProblem.IsEmpty()) top->WriteProblem = problem;
-    Walks->Ended = true;
+    Walks->End("a file could not be written");
 }
 
 void VexlPage::EndForOutput() {
-    Walks->Ended = true;
+    Walks->End("MaxOutputBytes");
     PrintOutput("<P>The page was cut short: it wrote more than %llu bytes (QuinceConfig MaxOutputBytes).</P>\n",
                 static_cast<unsigned long long>(Walks->MaxOutput));
 }

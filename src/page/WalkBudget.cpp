@@ -23,6 +23,7 @@ void WalkBudget::Start(unsigned seconds, uint64_t maxOutput) {
     MaxOutput = maxOutput;
     OutputSent = 0;
     Ended = false;
+    EndedBy = "";
     CallsToSkip = 0;
 }
 

@@ -25,6 +25,11 @@ struct WalkBudget {
     uint64_t MaxOutput = 0;      // 0: no limit
     uint64_t OutputSent = 0;     // bytes the page's own buffer has handed on
     bool Ended = false;          // out of time or output: every walk of the request ends
+    const char* EndedBy = "";    // the limit that ended it, for the front ends' log
+    void End(const char* limit) {
+        if (!Ended) EndedBy = limit;
+        Ended = true;
+    }
     void Start(unsigned seconds, uint64_t maxOutput);
     // Whether the time is up; the clock is read at every 64th call only.
     bool TimeIsUp();

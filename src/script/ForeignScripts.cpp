@@ -36,7 +36,7 @@ void VexlScript::ExecuteNonQuinceScript(NyxString& interpreter, HtmlObject* tag,
     Page->TempFiles.PushBack(output);
     WalkBudget& walks = *Page->Walks;
     if (TimedOut && StoppedByRequestClock) {
-        walks.Ended = true;
+        walks.End("MaxRunSeconds");
         Page->ErrorOutput(tag->GetLineNum(), "<P>The page ran longer than %u second%s (QuinceConfig MaxRunSeconds).</P>\n",
                           walks.SecondsAllowed, walks.SecondsAllowed == 1 ? "" : "s");
         return;
@@ -49,7 +49,7 @@ void VexlScript::ExecuteNonQuinceScript(NyxString& interpreter, HtmlObject* tag,
     // Output past the request's bound is neither read into memory nor walked.
     FileIdentity written;
     if (walks.MaxOutput != 0 && FileGetIdentity(output, written) && static_cast<uint64_t>(written.Size) > walks.MaxOutput) {
-        walks.Ended = true;
+        walks.End("MaxOutputBytes");
         Page->ErrorOutput(tag->GetLineNum(), "<P>SCRIPT interpreter '%S' wrote more than %llu bytes (QuinceConfig MaxOutputBytes).</P>\n",
                           &interpreter, static_cast<unsigned long long>(walks.MaxOutput));
         return;

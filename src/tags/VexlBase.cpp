@@ -23,7 +23,7 @@ bool VexlBase::StopsForTime(unsigned line) {
     WalkBudget& walks = *Page->Walks;
     if (walks.Ended) return true;
     if (!walks.TimeIsUp()) return false;
-    walks.Ended = true;
+    walks.End("MaxRunSeconds");
     Page->ErrorOutput(line, "<P>The page ran longer than %u second%s (QuinceConfig MaxRunSeconds).</P>\n",
                       walks.SecondsAllowed, walks.SecondsAllowed == 1 ? "" : "s");
     return true;

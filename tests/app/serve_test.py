@@ -1,5 +1,5 @@
 """vexl serve under requests that went wrong before: a runaway page ends at the
-request's time limit and the server answers the next request; a head past
+request's time limit, says so in the log, and the server answers the next request; a head past
 16 KiB is refused even when it arrives in one piece; a "%0a" in a path cannot
 forge a line of the log.
 
@@ -70,6 +70,8 @@ def main():
             server.wait(10)
         log.seek(0)
         lines = log.read().splitlines()
+        if not any(line.endswith("endless.vxl: the page was ended by its limit MaxRunSeconds") for line in lines):
+            failures.append("the limit that ended the endless page is not in the log: " + repr(lines[:5]))
         if any(line.startswith("GET /admin") for line in lines):
             failures.append("a %0a in a path forged a log line: " + repr(lines[-3:]))
         if not any("/forged\\x0aGET\\x20/admin" in line for line in lines):
