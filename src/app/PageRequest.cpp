@@ -442,6 +442,7 @@ PageResponse RenderPageRequest(const RequestEnvironment& environment, BodyReader
             page.UsePageCache(PageCache::Shared());
         page.SetOutput(&output);
         page.SetFile(ToNyx(pagePath));
+        page.SiteRoot = ToNyx(root);
         // The session is settled only if a script uses one: the others cost nothing.
         page.ClaimSession(session.Id, ToNyx(session.Secret), settings.SessionExpirySeconds);
         if (!translationPath.empty())

@@ -51,6 +51,11 @@ int VexlInclude::Start(int index, HtmlObject*) {
         Page->ErrorOutput(tag->GetLineNum(), "%S", &message);
         return -1;
     }
+    if (!Page->Confinement->Admits(path)) {
+        message.Printf("<P>INCLUDE tag path '%S' lies outside the site (QuinceConfig ConfineFiles).</P>\n", &path);
+        Page->ErrorOutput(tag->GetLineNum(), "%S", &message);
+        return -1;
+    }
     if (tag->GetIntValue("onceonly") != 0) {
         const NyxString fullPath = CompletePath(path);
         for (unsigned i = 0; i < Page->IncludedFiles.Size(); ++i) {

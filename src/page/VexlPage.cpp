@@ -17,7 +17,10 @@
 #include "values/PathParser.h"
 
 VexlPage::VexlPage()
-    : Context(new QuinceContext(nullptr)), Walks(&OwnWalks), DrawSessionNumber([] { return SecureRandom32(); }) {
+    : Context(new QuinceContext(nullptr)),
+      Walks(&OwnWalks),
+      Confinement(&OwnConfinement),
+      DrawSessionNumber([] { return SecureRandom32(); }) {
     LoadHtmlModule();
     TranslationSource::BumpGeneration();  // texts remembered for an earlier page are not this one's
 }
@@ -34,6 +37,7 @@ VexlPage::VexlPage(const VexlPage& parent)
       HtmlFileToVariableFn(parent.HtmlFileToVariableFn),
       TranslationFile(parent.TranslationFile),
       Walks(parent.Walks),
+      Confinement(parent.Confinement),
       ParentPage(const_cast<VexlPage*>(&parent)),
       DrawSessionNumber(parent.DrawSessionNumber) {
     // The child reaches the parent's buffer even when the parent has not
@@ -122,6 +126,14 @@ bool VexlPage::Process() {
             const quince::Limits& limits = Context->GetEngine().GetLimits();
             OwnWalks.Start(limits.MaxRunSeconds, limits.MaxOutputBytes);
             Context->GetEngine().RequestDeadline = OwnWalks.Deadline;
+            NyxString root = SiteRoot;
+            if (root.IsEmpty() && HtmlList != nullptr) {
+                root = HtmlList->GetFilePath();
+                const unsigned slash = root.FindLast("/");
+                root.SetLength(slash == NyxString::kAll ? 0 : slash == 0 ? 1 : slash);
+                if (root.IsEmpty()) root = NyxString(".");
+            }
+            OwnConfinement.Configure(Context->GetConfig(), root);
         }
         ProcessPrePostScripts("Preload");
         if (HtmlList != nullptr) {

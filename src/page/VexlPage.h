@@ -7,6 +7,7 @@
 #include <functional>
 
 #include "outside/quince/QuinceContext.h"
+#include "page/FileConfinement.h"
 #include "page/WalkBudget.h"
 #include "page/HeaderList.h"
 #include "tags/TagDefList.h"
@@ -115,6 +116,10 @@ public:
     // Beyond the request's own fields: the nesting of walks in progress, shared
     // with child pages, and the source of new session numbers.
     WalkBudget* Walks = nullptr;     // the top page's OwnWalks
+    // The files a page may name (ConfineFiles), worked out by the top page in
+    // Process from SiteRoot (the front ends set it; otherwise the page's folder).
+    const FileConfinement* Confinement = nullptr;  // the top page's OwnConfinement
+    NyxString SiteRoot;
     VexlPage* ParentPage = nullptr;  // set on child pages; temporary files go there
     std::function<unsigned()> DrawSessionNumber;  // the system's secure generator by default
     bool SessionClaimed = false;                  // ClaimSession, not SetSessionId, chose the session
@@ -137,4 +142,5 @@ private:
     NyxString* OwnBuffer = nullptr;  // the page's own buffer, kept alive for child pages
     NyxString WriteProblem;
     WalkBudget OwnWalks;
+    FileConfinement OwnConfinement;
 };

@@ -30,6 +30,14 @@ int VexlScript::Start(int index, HtmlObject*) {
         }
     }
 
+    if ((quince || interpreter.IsNotEmpty()) && tag->GetStrValue("src").IsNotEmpty() &&
+        !Page->Confinement->Admits(tag->GetStrValue("src"))) {
+        const NyxString source = tag->GetStrValue("src");
+        NyxString message;
+        message.Printf("<P>SCRIPT src '%S' lies outside the site (QuinceConfig ConfineFiles).</P>\n", &source);
+        Page->ErrorOutput(tag->GetLineNum(), "%S", &message);
+        return index + 2;
+    }
     if (quince) {
         const int result = tag->FindEntry("src") != 0 ? ExecuteQuinceFile(tag) : ExecuteQuinceBuffer(tag, index);
         if (result == 0) return -1;

@@ -1,6 +1,7 @@
 // VexlParse::HandleTranslation: the TRANSLATION tag names the store (file,
 // table and columns) and turns translation on or off.
 #include "page/TranslationSource.h"
+#include "outside/foundation/Sql.h"
 #include "page/VexlPage.h"
 #include "tags/VexlParse.h"
 
@@ -25,7 +26,16 @@ void VexlParse::HandleTranslation(HtmlObject* tag) {
         }
         HtmlTagParam* evaluated = EvaluateTagParam(tag->GetEntry(index));
         if (setting.Field == nullptr) {
-            Page->SetTranslationFile(evaluated->GetValue());
+            const NyxString file = evaluated->GetValue();
+            if (file.IsNotEmpty() && GenSqlConnection::TypeOfPlace(file) == GenSqlConnection::Sqlite &&
+                !Page->Confinement->Admits(file)) {
+                NyxString message;
+                message.Printf("<P>TRANSLATION file '%S' lies outside the site (QuinceConfig ConfineFiles).</P>\n", &file);
+                Page->ErrorOutput(tag->GetLineNum(), "%S", &message);
+                delete evaluated;
+                return;
+            }
+            Page->SetTranslationFile(file);
         } else {
             *setting.Field = evaluated->GetValue();
         }

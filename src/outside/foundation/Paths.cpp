@@ -2,6 +2,7 @@
 #include "outside/foundation/Paths.h"
 
 #include <cerrno>
+#include <climits>
 #include <cstdlib>
 #include <fcntl.h>
 #include <string>
@@ -153,4 +154,18 @@ NyxString GetTemporaryDirectory() {
     std::string folder(variable);
     while (folder.size() > 1 && folder.back() == '/') folder.pop_back();
     return NyxString(std::string_view(folder));
+}
+
+NyxString RealPath(const NyxString& path) {
+    char resolved[PATH_MAX];
+    const std::string text = path.ToStd();
+    if (realpath(text.c_str(), resolved) != nullptr) return NyxString(resolved);
+    const std::size_t slash = text.rfind('/');
+    const std::string folder = slash == std::string::npos ? "." : slash == 0 ? "/" : text.substr(0, slash);
+    const std::string name = slash == std::string::npos ? text : text.substr(slash + 1);
+    if (name.empty() || name == "." || name == ".." || realpath(folder.c_str(), resolved) == nullptr) return NyxString();
+    std::string joined = resolved;
+    if (joined != "/") joined += '/';
+    joined += name;
+    return NyxString(joined.c_str());
 }

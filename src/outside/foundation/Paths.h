@@ -9,6 +9,11 @@
 // root stays at the root. The result has no trailing "/" except for "/".
 NyxString CompletePath(const NyxString& path);
 
+// The path with every link followed (realpath); for a file that does not
+// exist yet, its folder's real path with the name behind it. "" when not even
+// the folder exists.
+NyxString RealPath(const NyxString& path);
+
 // Looks for `name` in each folder of a ';'-separated list, in order; entries
 // may or may not end in "/". An empty entry, like an empty list, means the
 // working folder (the hit is then `name` itself); a final ';' only ends the
