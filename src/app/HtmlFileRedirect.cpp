@@ -68,9 +68,7 @@ std::string UrlOf(const RequestEnvironment& environment, const std::string& root
 
 bool RedirectsHtmlFile(const std::string& iniPath) {
     if (iniPath.empty()) return false;
-    NyxString value;
-    IniFile::Load(NyxString(iniPath.c_str()))->GetEntryValue("QuinceConfig", kRedirectHtmlFileKey, value, "0");
-    return value.IsEqualTo("1", false) || value.IsEqualTo("yes", false) || value.IsEqualTo("true", false);
+    return IniFile::Load(NyxString(iniPath.c_str()))->IsSwitchedOn("QuinceConfig", kRedirectHtmlFileKey);
 }
 
 PageResponse RedirectToNamedPage(const RequestEnvironment& environment, const std::string& root,

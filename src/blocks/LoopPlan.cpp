@@ -7,6 +7,7 @@
 #include <memory>
 #include <utility>
 
+#include "page/SafeOutput.h"
 #include "page/TranslationSource.h"
 #include "page/VexlPage.h"
 #include "tags/BlockScan.h"
@@ -74,7 +75,13 @@ void LoopPlan::Run(VexlParse& walker) {
             }
             break;
         case Kind::Value:
-            page.AppendOutput(Expressions[op.A].Value);
+            if (page.SafeOutput) {
+                NyxString escaped;
+                AppendSafeAttributeValue(escaped, Expressions[op.A].Value.View(), op.B != 0);
+                page.AppendOutput(escaped);
+            } else {
+                page.AppendOutput(Expressions[op.A].Value);
+            }
             break;
         case Kind::Branch:
             if (VexlBase::EvaluateCondition(Expressions[op.A].Code) == 0) next = op.B;
@@ -188,7 +195,8 @@ void LoopPlan::PlanTag(const HtmlObject& tag) {
     for (unsigned i = 0; i < count; ++i) {
         if (replacedAt[i] == kNotPrinted) continue;  // not an expression, or an end tag's
         AddText(text.GetString() + from, replacedAt[i] - from);
-        Ops.push_back({Kind::Value, expressions[i], 0});
+        const bool url = IsUrlAttribute(tag.GetEntry(static_cast<int>(i) + 1)->GetName().View());
+        Ops.push_back({Kind::Value, expressions[i], url ? 1u : 0u});
         from = replacedAt[i];
     }
     AddText(text.GetString() + from, text.GetSize() - from);

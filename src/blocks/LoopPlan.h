@@ -47,7 +47,7 @@ private:
     enum class Kind : uint8_t {
         Text,       // Texts[A, A + B)
         Evaluate,   // expressions A to A + B - 1 into their values, in order
-        Value,      // the value of expression A
+        Value,      // the value of expression A, for an attribute that holds a URL if B is 1
         Branch,     // on to op B unless expression A holds
         Jump,       // on to op A
         SetVar,     // the directive at object A

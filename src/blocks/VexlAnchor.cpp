@@ -1,11 +1,13 @@
 // VexlAnchor: the generated href is "?_htmlfile=PAGE" followed by one
 // "&name.letter=value" pair for each variable that exists, in the order of
-// `vars`. Values are written raw but for blanks, which become "+".
+// `vars`. Values are written raw but for blanks, which become "+"; under
+// SafeOutput every part is percent-encoded and the pairs are joined by "&amp;".
 #include "blocks/VexlAnchor.h"
 
 #include <memory>
 
 #include "outside/foundation/NodeList.h"
+#include "page/SafeOutput.h"
 #include "page/VexlPage.h"
 #include "values/Variable.h"
 
@@ -48,7 +50,7 @@ bool DescribeValue(Variable* variable, char& letter, NyxString& text) {
 
 }  // namespace
 
-void VexlAnchor::AppendPairs(HtmlObject* tag, NyxString& text) {
+void VexlAnchor::AppendPairs(HtmlObject* tag, NyxString& text, bool encoded) {
     if (tag->FindEntryExact("vars") == 0) return;
     std::unique_ptr<NodeList> names(GetTagParamValues(tag, "vars"));
     if (names == nullptr) return;
@@ -58,21 +60,31 @@ void VexlAnchor::AppendPairs(HtmlObject* tag, NyxString& text) {
         if (variable == nullptr) continue;
         char letter = 0;
         NyxString value;
-        if (!DescribeValue(variable, letter, value)) continue;
-        value.ReplaceAll(" ", "+");
-        text += "&";
-        text += name;
+        if (!encoded) {
+            if (!DescribeValue(variable, letter, value)) continue;
+            value.ReplaceAll(" ", "+");
+            text += "&";
+            text += name;
+            text += ".";
+            text.Append(letter, 1);
+            text += "=";
+            text += value;
+            continue;
+        }
+        if (!DescribeExactValue(variable, letter, value)) continue;
+        text += "&amp;";
+        AppendLinkComponent(text, name.View());
         text += ".";
         text.Append(letter, 1);
         text += "=";
-        text += value;
+        AppendLinkComponent(text, value.View());
     }
 }
 
 int VexlAnchor::Start(int index, HtmlObject*) {
-    HtmlObject* tag = Page->HtmlList->GetEntry(index);
-    std::unique_ptr<HtmlObject> evaluated(CanEvaluateTag(tag) ? EvaluateTag(tag) : nullptr);
-    if (evaluated != nullptr) tag = evaluated.get();
+    HtmlObject* source = Page->HtmlList->GetEntry(index);
+    std::unique_ptr<HtmlObject> evaluated(CanEvaluateTag(source) ? EvaluateTag(source) : nullptr);
+    HtmlObject* tag = evaluated != nullptr ? evaluated.get() : source;
 
     if (tag->IsEndTag()) {
         Page->AppendOutput("</A>", 4);
@@ -81,15 +93,13 @@ int VexlAnchor::Start(int index, HtmlObject*) {
     NyxString text("<A");
     const int count = static_cast<int>(tag->GetCount());
     for (int i = 1; i <= count; ++i) {
-        HtmlTagParam* param = tag->GetEntry(i);
-        const NyxString& name = param->GetName();
+        const HtmlTagParam& param = *tag->GetEntry(i);
+        const NyxString& name = param.GetName();
         if (name.IsEqualTo("href", false)) {
-            text += " href=\"";
-            text += ChangeURL(param->GetValue());
-            text += "\"";
+            AppendRebuiltUrl(text, *source->GetEntry(i), param);
         } else if (!name.IsEqualTo("_htmlfile", true) && !name.IsEqualTo("htmlfile", true) &&
                    !name.IsEqualTo("vars", true)) {
-            text += param->Output();
+            AppendRebuiltParam(text, *source->GetEntry(i), param);
         }
     }
     if (tag->FindEntry("href") != 0) {
@@ -110,10 +120,14 @@ int VexlAnchor::Start(int index, HtmlObject*) {
         return index;
     }
 
-    target.ReplaceAll(" ", "+");
     NyxString link(" href='?_htmlfile=");
-    link += target;
-    AppendPairs(tag, link);
+    if (Page->SafeOutput) {
+        AppendLinkComponent(link, target.View());
+    } else {
+        target.ReplaceAll(" ", "+");
+        link += target;
+    }
+    AppendPairs(tag, link, Page->SafeOutput);
     link += "'>";
     text += ChangeURL(link);
     Page->AppendOutput(text);

@@ -11,5 +11,7 @@ public:
     int Start(int index, HtmlObject* stop) override;
 
 private:
-    void AppendPairs(HtmlObject* tag, NyxString& text);
+    // The "&name.letter=value" pairs of `vars`; `encoded` percent-encodes
+    // them and writes exact values (SafeOutput).
+    void AppendPairs(HtmlObject* tag, NyxString& text, bool encoded);
 };

@@ -39,20 +39,21 @@ int VexlInclude::Start(int index, HtmlObject*) {
     delete file;
 
     NyxString message;
+    const NyxString shownPath = Page->Shown(path);
     // One look at the file: a file that exists always has a type in its mode.
     const unsigned mode = FileGetMode(path);
     if (mode == 0) {
-        message.Printf("<P>INCLUDE tag cannot find file '%S'.</P>\n", &path);
+        message.Printf("<P>INCLUDE tag cannot find file '%S'.</P>\n", &shownPath);
         Page->ErrorOutput(tag->GetLineNum(), "%S", &message);
         return -1;
     }
     if ((mode & 0x8000u) == 0) {
-        message.Printf("<P>INCLUDE tag path '%S' is not a regular file.</P>\n", &path);
+        message.Printf("<P>INCLUDE tag path '%S' is not a regular file.</P>\n", &shownPath);
         Page->ErrorOutput(tag->GetLineNum(), "%S", &message);
         return -1;
     }
     if (!Page->Confinement->Admits(path)) {
-        message.Printf("<P>INCLUDE tag path '%S' lies outside the site (QuinceConfig ConfineFiles).</P>\n", &path);
+        message.Printf("<P>INCLUDE tag path '%S' lies outside the site (QuinceConfig ConfineFiles).</P>\n", &shownPath);
         Page->ErrorOutput(tag->GetLineNum(), "%S", &message);
         return -1;
     }

@@ -15,13 +15,14 @@ bool Inside(const std::string& path, const std::string& folder) {
 }  // namespace
 
 void FileConfinement::Configure(const IniFile& config, const NyxString& root) {
-    NyxString value;
-    config.GetEntryValue("QuinceConfig", "ConfineFiles", value, "0");
-    On = value.IsEqualTo("1") || value.IsEqualTo("yes", false) || value.IsEqualTo("true", false);
+    // Safe output confines files too: a page that escapes what it prints
+    // should not read /etc/passwd for a visitor either.
+    On = config.IsSwitchedOn("QuinceConfig", "ConfineFiles") || config.IsSwitchedOn("QuinceConfig", "SafeOutput");
     Folders.clear();
     if (!On) return;
     const std::string realRoot = RealPath(root).ToStd();
     if (!realRoot.empty()) Folders.push_back(realRoot);
+    NyxString value;
     config.GetEntryValue("QuinceConfig", "AllowedFolders", value, "");
     std::string_view list = value.View();
     while (!list.empty()) {

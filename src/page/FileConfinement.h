@@ -1,7 +1,8 @@
-// FileConfinement: with ConfineFiles = 1 in [QuinceConfig], the files a page
-// names for INCLUDE, SCRIPT src= and TRANSLATION file= must lie inside the
-// site's root (the front ends' root; for `vexl render`, the top page's
-// folder) or a folder that AllowedFolders lists, after links are followed.
+// FileConfinement: with ConfineFiles = 1 (or SafeOutput = 1) in
+// [QuinceConfig], the files a page names for INCLUDE, SCRIPT src= and
+// TRANSLATION file= must lie inside the site's root (the front ends' root;
+// for `vexl render`, the top page's folder) or a folder that AllowedFolders
+// lists, after links are followed.
 // An expression that a visitor's value reaches can then name nothing else.
 #pragma once
 

@@ -88,7 +88,7 @@ void VexlPage::FlushOutput() {
 
 void VexlPage::ErrorOutput(unsigned line, const NyxString& format, ...) {
     AppendOutput(NyxString("<h3>VEXL Parse Error</h3>\n"));
-    const NyxString path = HtmlList != nullptr ? HtmlList->GetFilePath() : NyxString();
+    const NyxString path = Shown(HtmlList != nullptr ? HtmlList->GetFilePath() : NyxString());
     PrintOutput("<p>In file <b>%S</b> Line <b>%u</b>\n", &path, line);
     va_list arguments;
     va_start(arguments, format);

@@ -13,6 +13,7 @@
 #include "page/Contained.h"
 #include "page/TranslationSource.h"
 #include "page/PageCache.h"
+#include "page/SafeOutput.h"
 #include "tags/VexlParse.h"
 #include "values/PathParser.h"
 
@@ -38,6 +39,7 @@ VexlPage::VexlPage(const VexlPage& parent)
       TranslationFile(parent.TranslationFile),
       Walks(parent.Walks),
       Confinement(parent.Confinement),
+      SafeOutput(parent.SafeOutput),
       ParentPage(const_cast<VexlPage*>(&parent)),
       DrawSessionNumber(parent.DrawSessionNumber) {
     // The child reaches the parent's buffer even when the parent has not
@@ -67,7 +69,10 @@ void VexlPage::SetFile(const NyxString& path) {
         ReleaseList(HtmlList);
         HtmlList = nullptr;
         HtmlList = Cache != nullptr ? Cache->Take(fullPath, CacheRequest) : new HtmlObjectList(fullPath);
-        if (!HtmlList->WasOpened()) PrintOutput("<P>Unable to open file '%S'.</P>\n", &fullPath);
+        if (!HtmlList->WasOpened()) {
+            const NyxString shownPath = Shown(fullPath);
+            PrintOutput("<P>Unable to open file '%S'.</P>\n", &shownPath);
+        }
     });
 }
 
@@ -134,6 +139,7 @@ bool VexlPage::Process() {
                 if (root.IsEmpty()) root = NyxString(".");
             }
             OwnConfinement.Configure(Context->GetConfig(), root);
+            SafeOutput = Context->GetConfig().IsSwitchedOn("QuinceConfig", "SafeOutput");
         }
         ProcessPrePostScripts("Preload");
         if (HtmlList != nullptr) {
@@ -155,3 +161,5 @@ bool VexlPage::Process() {
     }
     return finished;
 }
+
+NyxString VexlPage::Shown(const NyxString& part) const { return SafeOutput ? HtmlEscaped(part.View()) : part; }

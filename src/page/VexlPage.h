@@ -119,6 +119,11 @@ public:
     // The files a page may name (ConfineFiles), worked out by the top page in
     // Process from SiteRoot (the front ends set it; otherwise the page's folder).
     const FileConfinement* Confinement = nullptr;  // the top page's OwnConfinement
+    // SafeOutput = 1: values written into markup are escaped (page/SafeOutput.h).
+    // Read by the top page in Process; child pages copy it.
+    bool SafeOutput = false;
+    // A variable part of a message (a path, a name): escaped under SafeOutput.
+    NyxString Shown(const NyxString& part) const;
     NyxString SiteRoot;
     VexlPage* ParentPage = nullptr;  // set on child pages; temporary files go there
     std::function<unsigned()> DrawSessionNumber;  // the system's secure generator by default

@@ -41,9 +41,10 @@ void VexlScript::ExecuteNonQuinceScript(NyxString& interpreter, HtmlObject* tag,
                           walks.SecondsAllowed, walks.SecondsAllowed == 1 ? "" : "s");
         return;
     }
+    const NyxString shownInterpreter = Page->Shown(interpreter);
     if (TimedOut) {
         Page->ErrorOutput(tag->GetLineNum(), "<P>SCRIPT interpreter '%S' was stopped after %u seconds.</P>\n",
-                          &interpreter, TimeLimitSeconds);
+                          &shownInterpreter, TimeLimitSeconds);
         return;
     }
     // Output past the request's bound is neither read into memory nor walked.
@@ -51,7 +52,7 @@ void VexlScript::ExecuteNonQuinceScript(NyxString& interpreter, HtmlObject* tag,
     if (walks.MaxOutput != 0 && FileGetIdentity(output, written) && static_cast<uint64_t>(written.Size) > walks.MaxOutput) {
         walks.End("MaxOutputBytes");
         Page->ErrorOutput(tag->GetLineNum(), "<P>SCRIPT interpreter '%S' wrote more than %llu bytes (QuinceConfig MaxOutputBytes).</P>\n",
-                          &interpreter, static_cast<unsigned long long>(walks.MaxOutput));
+                          &shownInterpreter, static_cast<unsigned long long>(walks.MaxOutput));
         return;
     }
     if (parseOutput != 0) {

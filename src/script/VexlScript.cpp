@@ -32,7 +32,7 @@ int VexlScript::Start(int index, HtmlObject*) {
 
     if ((quince || interpreter.IsNotEmpty()) && tag->GetStrValue("src").IsNotEmpty() &&
         !Page->Confinement->Admits(tag->GetStrValue("src"))) {
-        const NyxString source = tag->GetStrValue("src");
+        const NyxString source = Page->Shown(tag->GetStrValue("src"));
         NyxString message;
         message.Printf("<P>SCRIPT src '%S' lies outside the site (QuinceConfig ConfineFiles).</P>\n", &source);
         Page->ErrorOutput(tag->GetLineNum(), "%S", &message);

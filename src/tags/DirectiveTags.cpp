@@ -35,8 +35,9 @@ void VexlParse::HandleSetVar(HtmlObject* tag) {
         }
     }
     if (value == nullptr) {
+        const NyxString shownText = Page->Shown(text);
         Page->ErrorOutput(tag->GetLineNum(),
-                          "<P>Failed to evaluate SETVAR tag value parameter '%S', try '\"S\"'</P>\n", &text);
+                          "<P>Failed to evaluate SETVAR tag value parameter '%S', try '\"S\"'</P>\n", &shownText);
         delete name;
         return;
     }

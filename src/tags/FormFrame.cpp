@@ -1,7 +1,9 @@
 // VexlParse forms and frames: both tags are rebuilt; a form names its target
-// page and carries the configured variables in hidden fields.
+// page and carries the configured variables in hidden fields (under
+// SafeOutput escaped, with their type letters and exact values).
 #include "outside/foundation/IniFile.h"
 #include "outside/quince/Tokeniser.h"
+#include "page/SafeOutput.h"
 #include "page/VexlPage.h"
 #include "tags/VexlParse.h"
 #include "values/Variable.h"
@@ -21,13 +23,11 @@ void VexlParse::HandleFrame(HtmlObject* tag) {
     NyxString text("<FRAME");
     const int count = static_cast<int>(work->GetCount());
     for (int i = 1; i <= count; ++i) {
-        HtmlTagParam* param = work->GetEntry(i);
-        if (param->GetName().IsEqualTo("src", false)) {
-            text += " src=\"";
-            text += ChangeURL(param->GetValue());
-            text += "\"";
+        const HtmlTagParam& param = *work->GetEntry(i);
+        if (param.GetName().IsEqualTo("src", false)) {
+            AppendRebuiltUrl(text, *tag->GetEntry(i), param);
         } else {
-            text += param->Output();
+            AppendRebuiltParam(text, *tag->GetEntry(i), param);
         }
     }
     text += ">";
@@ -49,12 +49,26 @@ void VexlParse::HandleForm(HtmlObject* tag) {
             name.IsEqualTo("action", false)) {
             continue;
         }
-        Page->PrintOutput(" %S='%S'", &name, &param->GetValue());
+        if (Page->SafeOutput) {
+            // In the quotes the page wrote, so that its own markup stays whole.
+            NyxString text;
+            param->AppendOutputTo(text);
+            Page->AppendOutput(text);
+        } else {
+            Page->PrintOutput(" %S='%S'", &name, &param->GetValue());
+        }
     }
     const int actionIndex = tag->FindEntry("action");
     if (actionIndex != 0) {
         HtmlTagParam* action = EvaluateTagParam(tag->GetEntry(actionIndex));
-        Page->PrintOutput(" action='%S'", &action->GetValue());
+        if (Page->SafeOutput && HasExpressionForm(tag->GetEntry(actionIndex)->GetValue())) {
+            NyxString text(" action=\"");
+            AppendSafeAttributeValue(text, action->GetValue().View(), true);
+            text += "\"";
+            Page->AppendOutput(text);
+        } else {
+            Page->PrintOutput(" action='%S'", &action->GetValue());
+        }
         delete action;
     }
     if (tag->FindEntry("method") == 0) Page->AppendOutput(NyxString(" method='post'"));
@@ -65,9 +79,7 @@ void VexlParse::HandleForm(HtmlObject* tag) {
     const bool hasPageParameter = pageIndex != 0;
     if (hasPageParameter) {
         HtmlTagParam* target = EvaluateTagParam(tag->GetEntry(pageIndex));
-        if (target->GetValue().IsNotEmpty()) {
-            Page->PrintOutput("<INPUT type='hidden' name='_htmlfile' value='%S'>\n", &target->GetValue());
-        }
+        if (target->GetValue().IsNotEmpty()) WriteHiddenField(NyxString("_htmlfile"), target->GetValue());
         delete target;
     }
 
@@ -83,6 +95,10 @@ void VexlParse::HandleForm(HtmlObject* tag) {
         if (token.IsEqualTo("_htmlfile", false)) continue;
         Variable* variable = Page->Context->GetVariable(token, kPageList);
         if (variable == nullptr) continue;
+        if (Page->SafeOutput) {
+            WriteExactHiddenField(variable);
+            continue;
+        }
         NyxString text;
         variable->DumpValue(text, NyxString());
         text.ReplaceAll(" ", "+");
@@ -90,7 +106,35 @@ void VexlParse::HandleForm(HtmlObject* tag) {
             text.SetLength(text.GetLength() - 1);
             text.Remove(0, 1);
         }
-        const NyxString variableName = variable->GetVarName();
-        Page->PrintOutput("<INPUT type='hidden' name='%S' value='%S'>\n", &variableName, &text);
+        WriteHiddenField(variable->GetVarName(), text);
     }
+}
+
+void VexlParse::WriteHiddenField(const NyxString& name, const NyxString& value) {
+    if (!Page->SafeOutput) {
+        Page->PrintOutput("<INPUT type='hidden' name='%S' value='%S'>\n", &name, &value);
+        return;
+    }
+    NyxString text("<INPUT type=\"hidden\" name=\"");
+    AppendSafeAttributeValue(text, name.View(), false);
+    text += "\" value=\"";
+    AppendSafeAttributeValue(text, value.View(), false);
+    text += "\">\n";
+    Page->AppendOutput(text);
+}
+
+// The field's name carries the value's type letter and its value the exact
+// text, so that the next request reads back the same value; an array keeps
+// its dumped text under its bare name.
+void VexlParse::WriteExactHiddenField(Variable* variable) {
+    NyxString name = variable->GetVarName();
+    char letter = 0;
+    NyxString value;
+    if (DescribeExactValue(variable, letter, value)) {
+        name += ".";
+        name.Append(letter, 1);
+    } else {
+        variable->DumpValue(value, NyxString());
+    }
+    WriteHiddenField(name, value);
 }

@@ -30,7 +30,8 @@ void VexlParse::HandleTranslation(HtmlObject* tag) {
             if (file.IsNotEmpty() && GenSqlConnection::TypeOfPlace(file) == GenSqlConnection::Sqlite &&
                 !Page->Confinement->Admits(file)) {
                 NyxString message;
-                message.Printf("<P>TRANSLATION file '%S' lies outside the site (QuinceConfig ConfineFiles).</P>\n", &file);
+                const NyxString shownFile = Page->Shown(file);
+                message.Printf("<P>TRANSLATION file '%S' lies outside the site (QuinceConfig ConfineFiles).</P>\n", &shownFile);
                 Page->ErrorOutput(tag->GetLineNum(), "%S", &message);
                 delete evaluated;
                 return;

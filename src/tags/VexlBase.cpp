@@ -4,6 +4,7 @@
 
 #include "outside/foundation/Files.h"
 #include "outside/foundation/Paths.h"
+#include "page/SafeOutput.h"
 #include "page/VexlPage.h"
 #include "tags/VexlParse.h"
 
@@ -18,6 +19,32 @@ NyxString VexlBase::CreateTempFile() {
 }
 
 NyxString VexlBase::ChangeURL(const NyxString& url) { return url; }
+
+void VexlBase::AppendRebuiltParam(NyxString& text, const HtmlTagParam& source, const HtmlTagParam& param) {
+    if (!Page->SafeOutput || !HasExpressionForm(source.GetValue())) {
+        param.AppendOutputTo(text);
+        return;
+    }
+    text.Append(' ');
+    text += param.GetName();
+    text += "=\"";
+    AppendSafeAttributeValue(text, param.GetValue().View(), IsUrlAttribute(param.GetName().View()));
+    text.Append('"');
+}
+
+void VexlBase::AppendRebuiltUrl(NyxString& text, const HtmlTagParam& source, const HtmlTagParam& param) {
+    text.Append(' ');
+    NyxString name = param.GetName();
+    text += name.ToLower();
+    text += "=\"";
+    const NyxString url = ChangeURL(param.GetValue());
+    if (Page->SafeOutput && HasExpressionForm(source.GetValue())) {
+        AppendSafeAttributeValue(text, url.View(), true);
+    } else {
+        text += url;
+    }
+    text.Append('"');
+}
 
 bool VexlBase::StopsForTime(unsigned line) {
     WalkBudget& walks = *Page->Walks;

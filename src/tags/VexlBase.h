@@ -39,6 +39,12 @@ public:
     NyxString CreateTempFile();
     bool TranslateText(NyxString& text);
     NyxString ChangeURL(const NyxString& url);
+    // A parameter of an evaluated copy as a rebuilt tag writes it: ` name="value"`
+    // with the value escaped under SafeOutput when an expression gave it;
+    // `source` is the parameter as the page has it.
+    void AppendRebuiltParam(NyxString& text, const HtmlTagParam& source, const HtmlTagParam& param);
+    // The same for a parameter holding a URL, which passes through ChangeURL.
+    void AppendRebuiltUrl(NyxString& text, const HtmlTagParam& source, const HtmlTagParam& param);
 
     VexlPage* Page;  // not owned; outlives the handler
 

@@ -2,6 +2,7 @@
 // tag id to its handler.
 #include "tags/VexlParse.h"
 
+#include <utility>
 #include <vector>
 
 #include "blocks/VexlAnchor.h"
@@ -9,6 +10,7 @@
 #include "blocks/VexlInclude.h"
 #include "blocks/VexlLoop.h"
 #include "outside/foundation/StackRoom.h"
+#include "page/SafeOutput.h"
 #include "page/VexlPage.h"
 #include "script/VexlScript.h"
 #include "tags/TagTraits.h"
@@ -178,7 +180,13 @@ void VexlParse::WriteDefault(HtmlObject* entry, int index) {
         replacements = manyReplacements.data();
     }
     for (unsigned i = 0; i < count; ++i) {
-        const bool evaluated = EvaluateParamText(entry->GetEntry(static_cast<int>(i) + 1)->GetValue(), texts[i]);
+        const HtmlTagParam* param = entry->GetEntry(static_cast<int>(i) + 1);
+        const bool evaluated = EvaluateParamText(param->GetValue(), texts[i]);
+        if (evaluated && Page->SafeOutput) {
+            NyxString escaped;
+            AppendSafeAttributeValue(escaped, texts[i].View(), IsUrlAttribute(param->GetName().View()));
+            texts[i] = std::move(escaped);
+        }
         replacements[i] = evaluated ? &texts[i] : nullptr;
     }
     Page->AppendOutput(*entry, replacements, count);

@@ -31,6 +31,8 @@ private:
     int WriteStretch(HtmlObject* entry, int index);
     void HandleFrame(HtmlObject* tag);
     void HandleForm(HtmlObject* tag);
+    void WriteHiddenField(const NyxString& name, const NyxString& value);
+    void WriteExactHiddenField(Variable* variable);
     void HandleTranslation(HtmlObject* tag);
     void HandleDefineTag(HtmlObject* tag);
     int HandleUserTag(HtmlObject* tag, int index);

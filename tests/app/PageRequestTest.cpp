@@ -11,7 +11,9 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <regex>
 #include <string>
+#include <utility>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -604,6 +606,99 @@ TEST_F(PageRequestTest, TextTheLibraryPrintsItselfLeadsTheBody)
     Environment["QUERY_STRING"] = "_htmlfile=outer.vxl";
     PageResponse response = Run();
     EXPECT_EQ(response.Body.rfind("Failed to parse ", 0), 0u) << response.Body;
+}
+
+// Undoes the five entities that SafeOutput writes.
+std::string HtmlUnescaped(std::string text)
+{
+    static const std::pair<std::string, char> kEntities[] = {
+        {"&lt;", '<'}, {"&gt;", '>'}, {"&quot;", '"'}, {"&#39;", '\''}, {"&amp;", '&'}};
+    std::string out;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        bool replaced = false;
+        for (const auto& [entity, byte] : kEntities) {
+            if (text.compare(i, entity.size(), entity) == 0) {
+                out += byte;
+                i += entity.size() - 1;
+                replaced = true;
+                break;
+            }
+        }
+        if (!replaced)
+            out += text[i];
+    }
+    return out;
+}
+
+std::string PercentEncoded(const std::string& text)
+{
+    std::string out;
+    for (unsigned char c : text) {
+        char piece[4];
+        std::snprintf(piece, sizeof piece, "%%%02X", c);
+        out += piece;
+    }
+    return out;
+}
+
+// What the page printed between "[" and "]" on the line that starts with `label`.
+std::string Shown(const std::string& body, const std::string& label)
+{
+    const std::size_t start = body.find(label + "[");
+    if (start == std::string::npos)
+        return "(missing " + label + ")";
+    const std::size_t from = start + label.size() + 1;
+    return body.substr(from, body.find("]\n", from) - from);
+}
+
+// Under SafeOutput every value of every type, and every byte of a string,
+// comes back the same through a generated link and through a form's hidden
+// fields (a browser posts their values, HTML-decoded and percent-encoded).
+TEST_F(PageRequestTest, SafeOutputCarriesEveryByteThroughLinksAndForms)
+{
+    Write(Base + "/test.ini", "[General]\nPropagatedVariables = s, n, d, f, c, b\n[QuinceConfig]\nSafeOutput = 1\n"
+                              "SessionStore = " + Base + "/sessions.db\n");
+    const std::string echo = "<SCRIPT>println \"s[\", s, \"]\"\nprintln \"n[\", typeof(n), \" \", n, \"]\"\n"
+                             "println \"d[\", typeof(d), \" \", d, \"]\"\nprintln \"f[\", typeof(f), \" \", f, \"]\"\n"
+                             "println \"c[\", typeof(c), \" \", c, \"]\"\nprintln \"b[\", typeof(b), \" \", b, \"]\"</SCRIPT>\n";
+    Write(Site + "/start.vxl", "<SETVAR name=\"n\" value=\"-7\"><SETVAR name=\"d\" value=\"0.1\">"
+                               "<SETVAR name=\"f\" value=\"1.1f\"><SETVAR name=\"c\" value=\"'q'\">"
+                               "<SETVAR name=\"b\" value=\"true\">\n" + echo +
+                               "<a htmlfile=\"echo.vxl\" vars=\"s n d f c b\">next</a>\n"
+                               "<form action=\"echo.vxl\" _htmlfile=\"echo.vxl\"></form>\n");
+    Write(Site + "/echo.vxl", echo);
+    std::string everyByte;
+    for (int byte = 0; byte < 256; ++byte)
+        everyByte += static_cast<char>(byte);
+    Environment["QUERY_STRING"] = "_htmlfile=start.vxl&s.s=" + PercentEncoded(everyByte);
+    const PageResponse first = Run();
+    ASSERT_EQ(first.Status, 200) << first.Body;
+    ASSERT_EQ(Shown(first.Body, "s"), everyByte);
+
+    const std::size_t href = first.Body.find("href='?");
+    ASSERT_NE(href, std::string::npos) << first.Body;
+    const std::size_t hrefEnd = first.Body.find('\'', href + 7);
+    const std::string query = HtmlUnescaped(first.Body.substr(href + 7, hrefEnd - href - 7));
+    EXPECT_EQ(query.find_first_of(" \"'<>"), std::string::npos) << query;
+    Environment["QUERY_STRING"] = query;
+    const PageResponse byLink = Run();
+
+    std::string body;
+    const std::regex field("<INPUT type=\"hidden\" name=\"([^\"]*)\" value=\"([^\"]*)\">");
+    for (std::sregex_iterator it(first.Body.begin(), first.Body.end(), field), end; it != end; ++it)
+        body += (body.empty() ? "" : "&") + PercentEncoded(HtmlUnescaped((*it)[1])) + "=" +
+                PercentEncoded(HtmlUnescaped((*it)[2]));
+    Environment.erase("QUERY_STRING");
+    Environment["REQUEST_METHOD"] = "POST";
+    Environment["CONTENT_TYPE"] = "application/x-www-form-urlencoded";
+    Environment["CONTENT_LENGTH"] = std::to_string(body.size());
+    const PageResponse byForm = Run(body);
+
+    for (const char* label : {"s", "n", "d", "f", "c", "b"}) {
+        EXPECT_EQ(Shown(byLink.Body, label), Shown(first.Body, label)) << label << " through the link";
+        EXPECT_EQ(Shown(byForm.Body, label), Shown(first.Body, label)) << label << " through the form";
+    }
+    EXPECT_EQ(Shown(first.Body, "n"), "int -7");
 }
 
 TEST_F(PageRequestTest, CgiFormSendsStatusOnlyWhenNeeded)

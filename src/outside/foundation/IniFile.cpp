@@ -127,3 +127,9 @@ bool IniFile::GetEntryValue(const NyxString& section, const NyxString& key, NyxS
     value = fallback;
     return false;
 }
+
+bool IniFile::IsSwitchedOn(const NyxString& section, const NyxString& key) const {
+    NyxString value;
+    GetEntryValue(section, key, value, NyxString());
+    return value.IsEqualTo("1") || value.IsEqualTo("yes", false) || value.IsEqualTo("true", false);
+}

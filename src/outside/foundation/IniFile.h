@@ -34,4 +34,8 @@ public:
     // returns whether the entry was found.
     bool GetEntryValue(const NyxString& section, const NyxString& key, NyxString& value,
                        const NyxString& defaultValue) const;
+
+    // A switch: "1", "yes" or "true" (any case) turn it on; anything else,
+    // or no entry, leaves it off.
+    bool IsSwitchedOn(const NyxString& section, const NyxString& key) const;
 };

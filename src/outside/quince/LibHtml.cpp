@@ -3,6 +3,7 @@
 // links that the page engine writes.
 #include <string>
 
+#include "outside/foundation/TextEscapes.h"
 #include "outside/quince/Library.h"
 
 namespace quince {
@@ -12,16 +13,7 @@ namespace {
 bool HtmlEncode(CallContext& call, Value* args, unsigned, Value& result) {
     NyxString scratch;
     std::string out;
-    for (char c : TextOf(args[0], scratch)) {
-        switch (c) {
-            case '&': out += "&amp;"; break;
-            case '<': out += "&lt;"; break;
-            case '>': out += "&gt;"; break;
-            case '"': out += "&quot;"; break;
-            case '\'': out += "&#39;"; break;
-            default: out.push_back(c); break;
-        }
-    }
+    AppendHtmlEscaped(out, TextOf(args[0], scratch));
     return call.MakeString(out, result);
 }
 
@@ -76,22 +68,9 @@ bool HtmlDecode(CallContext& call, Value* args, unsigned, Value& result) {
 }
 
 bool UrlEncode(CallContext& call, Value* args, unsigned, Value& result) {
-    static const char kHex[] = "0123456789ABCDEF";
     NyxString scratch;
     std::string out;
-    for (char c : TextOf(args[0], scratch)) {
-        const unsigned char byte = static_cast<unsigned char>(c);
-        if ((byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z') || (byte >= '0' && byte <= '9') || byte == '-' ||
-            byte == '_' || byte == '.' || byte == '~') {
-            out.push_back(c);
-        } else if (byte == ' ') {
-            out.push_back('+');
-        } else {
-            out.push_back('%');
-            out.push_back(kHex[byte >> 4]);
-            out.push_back(kHex[byte & 0x0F]);
-        }
-    }
+    AppendPercentEncoded(out, TextOf(args[0], scratch), true);
     return call.MakeString(out, result);
 }
 
