@@ -13,6 +13,7 @@ Only the Python standard library is used.
 import argparse
 import base64
 import concurrent.futures
+import html.parser
 import http.cookiejar
 import json
 import os
@@ -134,7 +135,7 @@ def check_http(base, label):
 
     status, _, body = client.post_form("form.vxl", [("_htmlfile", "greet.vxl"), ("visitor", "Ada")])
     expect(status == 200 and "Ada" in (element_text(body, "greeting") or ""), f"{label}: greeting missing:\n{body[:2000]}")
-    expect(re.search(r"name=['\"]visitor['\"] value=['\"]Ada['\"]", body) is not None,
+    expect(re.search(r"name=['\"]visitor\.s['\"] value=['\"]Ada['\"]", body) is not None,
            f"{label}: the visitor is not carried in a hidden field:\n{body[:2000]}")
     status, _, body = client.post_form("greet.vxl", [("_htmlfile", "done.vxl"), ("visitor", "Ada"), ("theme", "green")])
     expect("Ada" in (element_text(body, "summary") or "") and "green" in (element_text(body, "summary") or ""),
@@ -142,7 +143,7 @@ def check_http(base, label):
 
     status, _, body = client.get("?_htmlfile=links.vxl&n.i=1")
     expect((element_text(body, "n") or "").startswith("n = 1"), f"{label}: typed link value wrong:\n{body[:2000]}")
-    expect("_htmlfile=links.vxl&n.i=2" in body, f"{label}: generated link to n = 2 missing:\n{body[:2000]}")
+    expect("_htmlfile=links.vxl&amp;n.i=2" in body, f"{label}: generated link to n = 2 missing:\n{body[:2000]}")
 
     status, _, body = client.post_multipart("upload.vxl", [("_htmlfile", "upload.vxl")],
                                             [("document", "notes.txt", b"twelve bytes")])
@@ -160,6 +161,144 @@ def check_http(base, label):
         status = "connection closed"
     expect(status == 413, f"{label}: a body over the limit answered {status}, not 413")
     print(f"ok   {label}: HTTP checks (pages, 403/404/413, session counter {counts}, form, links, upload, translation)")
+
+
+# --- Injection: what a visitor sends comes back as text, never as markup -----
+
+# Sent as the value of `visitor` to payloads.vxl, which writes it into an
+# attribute, an href, a generated link, a hidden field, the page's text and an
+# INCLUDE's message. Those marked False cannot come back byte for byte in a
+# browser's DOM (an HTML parser turns NUL and bytes that are no UTF-8 into
+# U+FFFD), only in the HTTP answer.
+PAYLOADS = [
+    (b"x'><script>alert(1)</script>", True),
+    (b'x"><script>alert(1)</script>', True),
+    (b'"><img src=x onerror=alert(1)>', True),
+    (b"'><svg/onload=alert(1)>", True),
+    (b"<script>alert(1)</script>", True),
+    (b'" autofocus onfocus="alert(1)', True),
+    (b"' autofocus onfocus='alert(1)", True),
+    (b"javascript:alert(1)", True),
+    (b" \tJaVaScRiPt:alert(1)", True),
+    (b"data:text/html,<script>alert(1)</script>", True),
+    (b"vbscript:msgbox(1)", True),
+    (b"</textarea></title><script>alert(1)</script>", True),
+    (b"<!-- --><script>alert(1)</script>", True),
+    (b"a&_htmlfile=counter.vxl", True),
+    (b"a=b&c=d;e", True),
+    (b"100% sure %41 %zz %", True),
+    (b"C++ fan + friend", True),
+    (b"#fragment?x=y", True),
+    (b"&lt;script&gt; &amp; &#39;", True),
+    (b"back\\slash \\\" \\'", True),
+    ("Grüße, 日本語, 🙂".encode(), True),
+    (b"line one\nline two\ttab", True),
+    (b"nul \x00 inside", False),
+    (b"not utf-8 \xff\xfe \xc3( end", False),
+]
+BIG_PAYLOAD = (b'"><script>alert(1)</script>' + b"x" * 1000) * 100  # about 100 KB
+
+
+def html_unescape(raw):
+    for entity, byte in ((b"&lt;", b"<"), (b"&gt;", b">"), (b"&quot;", b'"'), (b"&#39;", b"'"), (b"&amp;", b"&")):
+        raw = raw.replace(entity, byte)
+    return raw
+
+
+def raw_request(base, path, body=None):
+    """The answer's bytes; a post is sent again on 307 as a browser does."""
+    url = urllib.parse.urljoin(base, path)
+    headers = {"Content-Type": "application/x-www-form-urlencoded"} if body is not None else {}
+    for _ in range(3):
+        request = urllib.request.Request(url, data=body, headers=headers)
+        try:
+            with urllib.request.urlopen(request, timeout=TIMEOUT_SECONDS) as response:
+                return response.status, response.read()
+        except urllib.error.HTTPError as error:
+            if error.code in (303, 307):
+                url = urllib.parse.urljoin(url, error.headers["Location"])
+                continue
+            return error.code, error.read()
+    raise CheckFailed(f"{path}: too many redirects")
+
+
+def shown_values(page):
+    """The value as the page wrote it in each place, decoded as a browser would."""
+    found = {}
+    match = re.search(rb'<p id="attr" title="([^"]*)"', page)
+    found["attribute"] = html_unescape(match.group(1)) if match else None
+    # The walker writes a line end behind every start tag.
+    match = re.search(rb'<p id="text">\n(.*?)</p>', page, re.S)
+    found["text"] = html_unescape(match.group(1)) if match else None
+    match = re.search(rb'<INPUT type="hidden" name="visitor\.s" value="([^"]*)">', page)
+    found["hidden field"] = html_unescape(match.group(1)) if match else None
+    match = re.search(rb"<A id=\"again\" href='\?([^']*)'", page)
+    found["link"] = html_unescape(match.group(1)) if match else None
+    return found
+
+
+class MarkupCensus(html.parser.HTMLParser):
+    """The elements and attribute names of a page, as an HTML parser sees them."""
+
+    def __init__(self):
+        super().__init__(convert_charrefs=True)
+        self.tags, self.attributes = set(), set()
+
+    def handle_starttag(self, tag, attrs):
+        self.tags.add(tag)
+        self.attributes.update(name for name, _ in attrs)
+
+
+PAGE_TAGS = {"html", "head", "meta", "title", "body", "p", "a", "form", "input", "button", "h3", "b"}
+PAGE_ATTRIBUTES = {"lang", "charset", "id", "title", "href", "method", "type", "name", "value"}
+
+
+def check_payload_answer(page, payload, label, how):
+    census = MarkupCensus()
+    census.feed(page.decode("utf-8", "replace"))
+    census.close()
+    extra = (census.tags - PAGE_TAGS) | (census.attributes - PAGE_ATTRIBUTES)
+    expect(not extra, f"{label}: {payload[:60]!r} by {how} wrote markup of its own ({sorted(extra)}):\n{page[:3000]!r}")
+    found = shown_values(page)
+    for place in ("attribute", "text", "hidden field"):
+        expect(found[place] == payload,
+               f"{label}: {payload[:60]!r} by {how} came back in the {place} as {(found[place] or b'')[:80]!r}")
+    return found
+
+
+def check_payloads_http(base, label):
+    count = 0
+    for payload, _ in PAYLOADS + [(BIG_PAYLOAD, False)]:
+        # lighttpd refuses control characters and bytes that are no UTF-8 in
+        # a URL, even percent-encoded (400): such values, like those of
+        # 100 KB, travel only in posts.
+        small = len(payload) < 4096 and not any(byte < 32 or byte == 127 for byte in payload)
+        try:
+            payload.decode("utf-8")
+        except UnicodeDecodeError:
+            small = False
+        field = b"visitor=" + urllib.parse.quote_from_bytes(payload, safe="").encode()
+        answers = [("a form's post", raw_request(base, "payloads.vxl", field))]
+        if small:
+            answers.append(("the query", raw_request(base, "payloads.vxl?" + field.decode())))
+        for how, (status, page) in answers:
+            expect(status == 200, f"{label}: {payload[:60]!r} by {how} answered {status}")
+            found = check_payload_answer(page, payload, label, how)
+            carried = [urllib.parse.unquote_to_bytes(pair[len(b"visitor.s="):])
+                       for pair in (found["link"] or b"").split(b"&") if pair.startswith(b"visitor.s=")]
+            expect(carried == [payload],
+                   f"{label}: {payload[:60]!r} by {how}: the generated link holds {(found['link'] or b'')[:120]!r}")
+            count += 1
+        status, page = answers[-1][1]
+        if small:
+            # Follow the generated link and post the hidden field back.
+            status, again = raw_request(base, "payloads.vxl?" + shown_values(page)["link"].decode())
+            check_payload_answer(again, payload, label, "the generated link")
+        hidden = shown_values(page)["hidden field"]
+        status, carried = raw_request(base, "payloads.vxl", b"visitor.s=" + urllib.parse.quote_from_bytes(hidden, safe="").encode())
+        check_payload_answer(carried, payload, label, "the hidden field")
+    print(f"ok   {label}: {len(PAYLOADS) + 1} payloads by query, post, generated link and hidden field "
+          f"come back byte for byte and write no markup")
 
 
 SESSION_INCREMENTS = 100
@@ -271,6 +410,21 @@ class WebDriver:
     def url(self):
         return self.session_call("GET", "/url")
 
+    def run_script(self, script):
+        return self.session_call("POST", "/execute/sync", {"script": script, "args": []})
+
+    def open_alert(self):
+        """The text of an open alert, dismissed, or None when there is none."""
+        try:
+            text = self.session_call("GET", "/alert/text")
+        except CheckFailed:
+            return None
+        try:
+            self.session_call("POST", "/alert/dismiss", {})
+        except CheckFailed:
+            pass
+        return text if text is not None else ""
+
     def refresh(self):
         self.session_call("POST", "/refresh", {})
 
@@ -342,6 +496,62 @@ def check_browser(driver, base, label, screenshot_dir):
     print(f"ok   {label}: browser (form over two pages, links n = 1..3, counter {first}..{first + 2}), screenshot {shot}")
 
 
+SHOWN_SCRIPT = """
+const attr = document.getElementById('attr');
+const text = document.getElementById('text');
+const hidden = document.querySelector('input[name="visitor.s"]');
+let handlers = 0;
+for (const element of document.querySelectorAll('*'))
+    for (const attribute of element.attributes)
+        if (attribute.name.startsWith('on')) handlers++;
+return {title: attr ? attr.title : null, text: text ? text.textContent : null,
+        hidden: hidden ? hidden.value : null, scripts: document.scripts.length,
+        handlers: handlers, fresh: window.seen !== true && document.readyState === 'complete'};
+"""
+
+
+def check_payloads_browser(driver, base, label):
+    """Each payload by query, then by the generated link, then by the form's
+    hidden field, in Chromium: no alert opens, no script or handler enters
+    the page, and the value reads back as it was sent."""
+    sent = 0
+    for payload, in_dom in PAYLOADS:
+        if not in_dom or any(byte < 32 or byte == 127 for byte in payload):
+            continue
+        wanted = payload.decode("utf-8")
+        driver.open(base + "payloads.vxl?visitor=" + urllib.parse.quote_from_bytes(payload, safe=""))
+        for step in ("the query", "the generated link", "the hidden field"):
+            if step != "the query":
+                # Marks this document, so that the wait below ends on the next one.
+                driver.run_script("window.seen = true;")
+                driver.click("#again" if step == "the generated link" else "#carry-submit")
+            deadline = time.time() + TIMEOUT_SECONDS
+            while True:
+                alert = driver.open_alert()
+                expect(alert is None, f"{label}: {wanted[:60]!r} by {step} opened an alert ({alert!r})")
+                try:
+                    shown = driver.run_script(SHOWN_SCRIPT)
+                except CheckFailed:
+                    shown = {"fresh": False}  # the document went while the script ran
+                if shown["fresh"]:
+                    break
+                expect(time.time() < deadline, f"{label}: {wanted[:60]!r} by {step}: no new page came")
+                time.sleep(0.1)
+            expect(shown["scripts"] == 0 and shown["handlers"] == 0,
+                   f"{label}: {wanted[:60]!r} by {step} put script into the page: {shown}")
+            for place in ("title", "hidden"):
+                expect(shown[place] == wanted, f"{label}: {wanted[:60]!r} by {step}: {place} reads {shown[place]!r}")
+            expect(shown["text"] == "\n" + wanted, f"{label}: {wanted[:60]!r} by {step}: the text reads {shown['text']!r}")
+        # The value as an href: a scheme that runs script is not followed.
+        driver.click("#go")
+        time.sleep(0.2)
+        alert = driver.open_alert()
+        expect(alert is None, f"{label}: {wanted[:60]!r} as an href opened an alert ({alert!r})")
+        sent += 1
+    print(f"ok   {label}: browser, {sent} payloads by query, generated link and hidden field: no alert, "
+          f"no script, every value read back as sent")
+
+
 def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("--site", action="append", required=True, metavar="LABEL=URL",
@@ -359,6 +569,7 @@ def main():
         try:
             check_http(base, label)
             check_protected_folder(base, label)
+            check_payloads_http(base, label)
             check_session_concurrency(base, label)
         except CheckFailed as failure:
             failures += 1
@@ -379,6 +590,7 @@ def main():
                 for label, base in sites:
                     try:
                         check_browser(driver, base, label, arguments.artefacts)
+                        check_payloads_browser(driver, base, label)
                     except CheckFailed as failure:
                         failures += 1
                         print(f"FAIL {label} (browser): {failure}")

@@ -39,6 +39,9 @@ cleanup() {
 trap cleanup EXIT
 
 vexl_prepare_site "$repo" "$work"
+# The page that writes a visitor's value in every place a page can, for the
+# injection checks (the site runs with SafeOutput = 1).
+cp "$repo/scripts/e2e/payloads.vxl" "$work/site/payloads.vxl"
 cgi_port=$(vexl_free_port)
 fcgi_port=$(vexl_free_port)
 while [ "$fcgi_port" = "$cgi_port" ]; do fcgi_port=$(vexl_free_port); done

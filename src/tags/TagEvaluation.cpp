@@ -69,7 +69,8 @@ void VexlBase::AppendValueText(Variable* value, NyxString& text) {
     if (value == nullptr) return;
     switch (value->GetTypeId()) {
     case Variable::TypeString:
-        text += value->GetStringValue();
+        // Every byte of the string, a NUL from a request among them.
+        text.AppendBytes(value->GetStringValue(), value->GetLength());
         break;
     case Variable::TypeFloat: {
         NyxString digits;
