@@ -174,27 +174,61 @@ Token Lexer::ReadNumber(std::size_t start) {
     return token;
 }
 
-bool Lexer::ReadEscape(char& out, std::string& message) {
+// escape := "\" ( "n" | "t" | "r" | "0" | '"' | "'" | "\" | "x" hex hex | "u" hex hex hex hex )
+// Appends the bytes an escape stands for: \xHH one byte, \uHHHH the
+// character's UTF-8 form.
+bool Lexer::ReadEscape(std::string& out, std::string& message) {
     if (Position >= Text.size()) {
         message = "unfinished escape at the end of the script";
         return false;
     }
     const char c = Text[Position++];
     switch (c) {
-        case 'n': out = '\n'; return true;
-        case 't': out = '\t'; return true;
-        case 'r': out = '\r'; return true;
-        case '0': out = '\0'; return true;
-        case '"': out = '"'; return true;
-        case '\'': out = '\''; return true;
-        case '\\': out = '\\'; return true;
+        case 'n': out.push_back('\n'); return true;
+        case 't': out.push_back('\t'); return true;
+        case 'r': out.push_back('\r'); return true;
+        case '0': out.push_back('\0'); return true;
+        case '"': out.push_back('"'); return true;
+        case '\'': out.push_back('\''); return true;
+        case '\\': out.push_back('\\'); return true;
+        case 'x':
+        case 'u': {
+            const std::size_t digits = c == 'x' ? 2 : 4;
+            uint32_t code = 0;
+            for (std::size_t i = 0; i < digits; ++i) {
+                const char d = Position < Text.size() ? Text[Position] : '\0';
+                const int value = d >= '0' && d <= '9' ? d - '0' : (d | 0x20) >= 'a' && (d | 0x20) <= 'f' ? (d | 0x20) - 'a' + 10 : -1;
+                if (value < 0) {
+                    message = std::string("'\\") + c + "' needs " + (c == 'x' ? "two" : "four") + " hex digits";
+                    return false;
+                }
+                code = code * 16 + static_cast<uint32_t>(value);
+                ++Position;
+            }
+            if (c == 'x') {
+                out.push_back(static_cast<char>(code));
+            } else if (code >= 0xD800 && code <= 0xDFFF) {
+                message = "'\\u' of a surrogate half is no character";
+                return false;
+            } else if (code < 0x80) {
+                out.push_back(static_cast<char>(code));
+            } else if (code < 0x800) {
+                out.push_back(static_cast<char>(0xC0 | (code >> 6)));
+                out.push_back(static_cast<char>(0x80 | (code & 0x3F)));
+            } else {
+                out.push_back(static_cast<char>(0xE0 | (code >> 12)));
+                out.push_back(static_cast<char>(0x80 | ((code >> 6) & 0x3F)));
+                out.push_back(static_cast<char>(0x80 | (code & 0x3F)));
+            }
+            return true;
+        }
         default: break;
     }
     message = std::string("unknown escape '\\") + c + "'";
     return false;
 }
 
-// string := '"' { character | escape } '"'   (escape: \n \t \r \0 \" \' \\)
+// string := '"' { character | escape } '"'
 Token Lexer::ReadString(std::size_t start) {
     std::string value;
     const unsigned firstLine = Line;
@@ -210,10 +244,8 @@ Token Lexer::ReadString(std::size_t start) {
             return MakeError("string not closed at the end of the line");
         }
         if (c == '\\') {
-            char decoded;
             std::string message;
-            if (!ReadEscape(decoded, message)) return MakeError(message);
-            value.push_back(decoded);
+            if (!ReadEscape(value, message)) return MakeError(message);
         } else {
             value.push_back(c);
         }
@@ -229,7 +261,10 @@ Token Lexer::ReadChar(std::size_t start) {
     char value = Text[Position++];
     if (value == '\\') {
         std::string message;
-        if (!ReadEscape(value, message)) return MakeError(message);
+        std::string bytes;
+        if (!ReadEscape(bytes, message)) return MakeError(message);
+        if (bytes.size() != 1) return MakeError("character not closed: a char holds one byte");
+        value = bytes[0];
     } else if (value == '\'') {
         return MakeError("empty character ''");
     }

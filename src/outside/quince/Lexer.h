@@ -80,7 +80,7 @@ private:
     Token ReadString(std::size_t start);
     Token ReadChar(std::size_t start);
     Token ReadName(std::size_t start);
-    bool ReadEscape(char& out, std::string& message);
+    bool ReadEscape(std::string& out, std::string& message);
 
     std::string_view Text;
     std::size_t Position = 0;
