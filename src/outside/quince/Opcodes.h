@@ -88,6 +88,8 @@ namespace quince {
     X(Call, "args -- result", "A: call site; B: argument count, bit 8: the result is used")                  \
     X(CallBuiltin, "args -- result", "A: built-in function number; B: argument count")                       \
     X(CallBuiltinUpdate, "args v -- result v'", "as CallBuiltin; v, taken last, is the first argument, changed") \
+    X(TryBegin, "--", "A: offset to the catch block; B: slot that receives the message")                   \
+    X(TryEnd, "--", "the try block ended without a failure")                                                 \
     X(Return, "--", "")                                                                                      \
     X(ReturnValue, "v --", "")                                                                               \
     X(Print, "v --", "")                                                                                     \

@@ -12,7 +12,8 @@ constexpr std::size_t kNoTarget = static_cast<std::size_t>(-1);
 bool IsBlockEnd(TokenKind kind) {
     switch (kind) {
         case TokenKind::End: case TokenKind::EndProc: case TokenKind::ElseIf: case TokenKind::Else:
-        case TokenKind::EndIf: case TokenKind::EndWhile: case TokenKind::Next:
+        case TokenKind::EndIf: case TokenKind::EndWhile: case TokenKind::Next: case TokenKind::Catch:
+        case TokenKind::EndTry:
             return true;
         default: return false;
     }
@@ -104,6 +105,7 @@ void Parser::ParseProcedure() {
         const char* opener = Check(TokenKind::EndIf) || Check(TokenKind::ElseIf) || Check(TokenKind::Else) ? "if"
                              : Check(TokenKind::EndWhile)                                                 ? "while"
                              : Check(TokenKind::Next)                                                     ? "for"
+                             : Check(TokenKind::Catch) || Check(TokenKind::EndTry)                         ? "try"
                                                                                                           : nullptr;
         if (opener != nullptr) {
             Fail(Found() + " without an open '" + opener + "'");
@@ -176,14 +178,15 @@ void Parser::ParseBlock() {
     LeaveNesting();
 }
 
-// statement := ( declaration | context-declaration | if | while | for | break | continue
-//              | return | print | name-statement ) separator
+// statement := ( declaration | context-declaration | if | while | for | try | break
+//              | continue | return | print | name-statement ) separator
 void Parser::ParseStatement() {
     switch (Current.Kind) {
         case TokenKind::Global:
         case TokenKind::Session: ParseContextDeclaration(); break;
         case TokenKind::If: ParseIf(); break;
         case TokenKind::While: ParseWhile(); break;
+        case TokenKind::Try: ParseTry(); break;
         case TokenKind::For: ParseFor(); break;
         case TokenKind::Break:
         case TokenKind::Continue: ParseBreakOrContinue(); break;
@@ -312,7 +315,7 @@ void Parser::ParseWhile() {
     MarkJumpTarget();
     ParseExpression();
     const std::size_t exit = EmitJump(Opcode::JumpIfFalse);
-    Function->Loops.push_back(LoopState{{}, {}, Function->ScopeDepth});
+    Function->Loops.push_back(LoopState{{}, {}, Function->ScopeDepth, Function->TryDepth});
     ParseBlock();
     if (!Failed && !Check(TokenKind::EndWhile)) {
         Fail("expected 'endwhile' to close 'while' of line " + std::to_string(line) + ", found " +
@@ -382,7 +385,7 @@ void Parser::ParseFor() {
         Emit(Opcode::LoadLocal, static_cast<int32_t>(counter));
         EmitStore(variable);
     }
-    Function->Loops.push_back(LoopState{{}, {}, Function->ScopeDepth});
+    Function->Loops.push_back(LoopState{{}, {}, Function->ScopeDepth, Function->TryDepth});
     ParseBlock();
     LoopState loop = std::move(Function->Loops.back());
     Function->Loops.pop_back();
@@ -410,7 +413,54 @@ void Parser::ParseFor() {
     EndScope();
 }
 
+// try := "try" block "catch" NAME block "endtry"
+// A runtime failure in the first block goes on in the second, with its
+// message in NAME, a string local to that block. The machine keeps a handler
+// from TryBegin to TryEnd; the request's limits are never caught.
+void Parser::ParseTry() {
+    const unsigned line = Current.Line;
+    Advance();
+    const std::size_t begin = Emit(Opcode::TryBegin);
+    ++Function->TryDepth;
+    ParseBlock();
+    --Function->TryDepth;
+    if (Failed) return;
+    if (!Check(TokenKind::Catch)) {
+        Fail("expected 'catch' in 'try' of line " + std::to_string(line) + ", found " + Found());
+        return;
+    }
+    Advance();
+    Emit(Opcode::TryEnd);
+    const std::size_t skip = EmitJump(Opcode::Jump);
+    if (!Check(TokenKind::Name)) {
+        Fail("expected a name for the message after 'catch', found " + Found());
+        return;
+    }
+    const std::string name(Current.Text);
+    Advance();
+    BeginScope();
+    unsigned slot = 0;
+    if (!DeclareLocal(name, DeclaredType{StaticType::String, StaticType::Any}, slot)) return;
+    if (slot > 0xFFFF) {
+        Fail("too many local variables for 'catch " + name + "'");
+        return;
+    }
+    PatchJumpTo(begin, CodeSize());
+    Function->Proc->Code[begin].B = static_cast<uint16_t>(slot);
+    MarkJumpTarget();
+    ParseBlock();
+    EndScope();
+    if (Failed) return;
+    if (!Check(TokenKind::EndTry)) {
+        Fail("expected 'endtry' to close 'try' of line " + std::to_string(line) + ", found " + Found());
+        return;
+    }
+    Advance();
+    PatchJump(skip);
+}
+
 // break := "break"        continue := "continue"
+// A jump out of try blocks first ends their handlers.
 void Parser::ParseBreakOrContinue() {
     const bool isBreak = Check(TokenKind::Break);
     Advance();
@@ -419,6 +469,7 @@ void Parser::ParseBreakOrContinue() {
         return;
     }
     LoopState& loop = Function->Loops.back();
+    for (unsigned i = loop.TryDepth; i < Function->TryDepth; ++i) Emit(Opcode::TryEnd);
     (isBreak ? loop.BreakJumps : loop.ContinueJumps).push_back(EmitJump(Opcode::Jump));
 }
 

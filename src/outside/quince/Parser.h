@@ -73,11 +73,13 @@ private:
         std::vector<std::size_t> BreakJumps;
         std::vector<std::size_t> ContinueJumps;  // patched to the loop's continue point
         unsigned ScopeDepth;
+        unsigned TryDepth = 0;  // try blocks open around the loop
     };
     struct FunctionState {
         Procedure* Proc = nullptr;
         std::vector<LocalVariable> Locals;
         unsigned ScopeDepth = 0;
+        unsigned TryDepth = 0;  // try blocks open at this point of the procedure
         unsigned NextSlot = 0;
         int StackDepth = 0;
         std::size_t LastJumpTarget = 0;  // the latest code position a jump lands on
@@ -144,6 +146,7 @@ private:
     void ParseContextDeclaration();
     void ParseIf();
     void ParseWhile();
+    void ParseTry();
     void ParseFor();
     void ParseBreakOrContinue();
     void ParseReturn();

@@ -210,11 +210,19 @@ bool Vm::EnterProcedure(Procedure* procedure, Value* arguments, unsigned count, 
 }
 
 void Vm::Unwind(std::size_t baseFrame, Value* top) {
+    while (!Handlers.empty() && Handlers.back().FrameIndex >= baseFrame) Handlers.pop_back();
     Value* bottom = Frames[baseFrame].Slots;
     for (Value* value = bottom; value < top; ++value) Release(*value);
     for (std::size_t i = Frames.size(); i > baseFrame; --i) ReleaseProcedure(Frames[i - 1].Proc);
     Frames.resize(baseFrame);
     Top = bottom;
+}
+
+bool Vm::IsCatchable(const NyxString& message) {
+    // Every limit names its key ("... (QuinceConfig MaxMemory)"); the stack's
+    // own end is one too.
+    return message.View().find("(QuinceConfig Max") == std::string_view::npos &&
+           message.View().rfind("out of stack space", 0) != 0;
 }
 
 bool Vm::Run(Procedure* procedure, Value* arguments, unsigned count, Value& result, RuntimeError& error) {
@@ -915,10 +923,18 @@ op_CallBuiltinUpdate: {
     *sp++ = value;
     NEXT();
 }
+op_TryBegin:
+    Handlers.push_back(Handler{Frames.size() - 1, ip + in.A, sp, in.B});
+    NEXT();
+op_TryEnd:
+    Handlers.pop_back();
+    NEXT();
 op_Return:
 op_ReturnValue: {
     Value value = Value::MakeNone();
     if (in.Op == Opcode::ReturnValue) value = *--sp;
+    // A return from inside try blocks ends them.
+    while (!Handlers.empty() && Handlers.back().FrameIndex + 1 >= Frames.size()) Handlers.pop_back();
     for (Value* slot = slots; slot < sp; ++slot) Release(*slot);
     Frames.pop_back();
     if (Frames.size() == baseFrame) {
@@ -961,6 +977,31 @@ op_PrintLine:
 
 failure:
     frame->Ip = ip;
+    if (!Handlers.empty() && Handlers.back().FrameIndex >= baseFrame && IsCatchable(message)) {
+        // On in the catch block: what the try block's statements and calls
+        // left on the stack goes, the message goes into the catch name.
+        const Handler handler = Handlers.back();
+        Handlers.pop_back();
+        for (Value* value = handler.Sp; value < sp; ++value) Release(*value);
+        while (Frames.size() > handler.FrameIndex + 1) {
+            ReleaseProcedure(Frames.back().Proc);
+            Frames.pop_back();
+        }
+        StringObject* text = NewString(memory, message.GetString(), message.GetSize());
+        if (text != nullptr) {
+            LOAD_FRAME();
+            ip = handler.Target;
+            sp = handler.Sp;
+            Release(slots[handler.Slot]);
+            slots[handler.Slot] = Value::MakeString(text);
+            message.Clear();
+            NEXT();
+        }
+        // No memory for the message: the failure goes on up as the limit it is.
+        LOAD_FRAME();
+        sp = handler.Sp;
+        message = "out of memory for strings and arrays (QuinceConfig MaxMemory)";
+    }
     error.Message = message;
     error.File = proc->File;
     {

@@ -43,17 +43,27 @@ private:
         const Instruction* Ip;  // next instruction
         Value* Slots;           // the frame's first slot; arguments are the first slots
     };
+    // An open try block: where a failure in it goes on.
+    struct Handler {
+        std::size_t FrameIndex;      // the frame whose code holds the try
+        const Instruction* Target;   // the first instruction of the catch block
+        Value* Sp;                   // the stack's top when the try began
+        uint16_t Slot;               // the catch name's slot in that frame
+    };
 
     bool Execute(std::size_t baseFrame, Value& result, RuntimeError& error);
     bool EnterProcedure(Procedure* procedure, Value* arguments, unsigned count, NyxString& message);
     bool CheckBudget(NyxString& message);
     void Unwind(std::size_t baseFrame, Value* top);
+    // Whether a failure may go to a catch block: not one of the request's limits.
+    static bool IsCatchable(const NyxString& message);
 
     Engine& Owner;
     Value* StackBase = nullptr;   // kValueStackSlots values, taken on the first run
     Value* StackEnd = nullptr;
     Value* Top = nullptr;         // first free slot between runs
     std::vector<Frame> Frames;
+    std::vector<Handler> Handlers;  // innermost last; each belongs to a frame in Frames
 
     // Budget of the outermost run.
     uint64_t StepsTaken = 0;
