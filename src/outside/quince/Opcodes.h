@@ -70,6 +70,9 @@ namespace quince {
     X(SetIndexLocal, "i v --", "A: slot")                                                                    \
     X(SetIndexArg, "i v --", "A: slot")                                                                      \
     X(SetIndexName, "i v --", "A: name site")                                                                \
+    X(SetPathLocal, "i1 .. iN v --", "A: slot; B: N (2 or more)")                                            \
+    X(SetPathArg, "i1 .. iN v --", "A: slot; B: N")                                                          \
+    X(SetPathName, "i1 .. iN v --", "A: name site; B: N")                                                    \
     /* x = x + v, in place for strings (a run of appends stays linear) */                                    \
     X(AppendLocal, "v --", "A: slot; B: declared type")                                                      \
     X(AppendArg, "v --", "A: slot; B: declared type")                                                        \

@@ -502,7 +502,7 @@ void Parser::ParsePrint() {
 }
 
 // name-statement := NAME assign-operator expression
-//                 | NAME "[" expression "]" assign-operator expression
+//                 | NAME "[" expression "]" { "[" expression "]" } assign-operator expression
 //                 | NAME "(" [ arguments ] ")"
 //                 | NAME [ arguments ]                       (a call without parentheses)
 void Parser::ParseNameStatement() {
@@ -514,7 +514,7 @@ void Parser::ParseNameStatement() {
         return;
     }
     if (next == TokenKind::LeftBracket) {
-        Advance();
+        Advance();  // the name: the index assignment begins at '['
         ParseIndexAssignment(Resolve(name, true), name);
         return;
     }
@@ -583,13 +583,29 @@ void Parser::ParseAssignment(const ResolvedName& target, std::string_view name) 
     else EmitStore(target);
 }
 
-// index-assignment := NAME "[" expression "]" assign-operator expression
+// index-assignment := NAME "[" expression "]" { "[" expression "]" } assign-operator expression
+// One index has instructions of its own; a path of several takes each index
+// into a hidden slot, so that `+=` and the like can read the item first.
 void Parser::ParseIndexAssignment(const ResolvedName& target, std::string_view name) {
-    Advance();  // [
     BeginScope();
-    const unsigned index = AddHiddenSlot();
-    ParseExpression();
-    Expect(TokenKind::RightBracket, "']' after the index");
+    std::vector<unsigned> indices;
+    while (Match(TokenKind::LeftBracket)) {
+        indices.push_back(AddHiddenSlot());
+        ParseExpression();
+        Expect(TokenKind::RightBracket, "']' after the index");
+        if (Failed) break;
+        if (Check(TokenKind::LeftBracket) || indices.size() > 1) {
+            Emit(Opcode::StoreLocal, static_cast<int32_t>(indices.back()));
+        }
+        if (indices.size() > 255) {
+            Fail("an assignment takes at most 255 indices");
+            break;
+        }
+    }
+    if (Failed) {
+        EndScope();
+        return;
+    }
     if (!IsAssignOperator(Current.Kind)) {
         Fail("expected '=' after '" + std::string(name) + "[...]', found " + Found());
         EndScope();
@@ -598,26 +614,47 @@ void Parser::ParseIndexAssignment(const ResolvedName& target, std::string_view n
     const TokenKind op = Current.Kind;
     const unsigned line = Current.Line;
     Advance();
+    const bool path = indices.size() > 1;
+    if (path) {
+        for (unsigned index : indices) Emit(Opcode::LoadLocal, static_cast<int32_t>(index));
+    }
     if (op == TokenKind::Assign) {
         ParseExpression();
     } else {
-        Emit(Opcode::StoreLocal, static_cast<int32_t>(index));
-        Emit(Opcode::LoadLocal, static_cast<int32_t>(index));
+        // The item as it is now: the container, then each index in turn.
+        if (!path) {
+            Emit(Opcode::StoreLocal, static_cast<int32_t>(indices[0]));
+            Emit(Opcode::LoadLocal, static_cast<int32_t>(indices[0]));
+        }
         if (target.Kind == NameKind::Context) {
-            Emit(Opcode::LoadLocal, static_cast<int32_t>(index));
+            Emit(Opcode::LoadLocal, static_cast<int32_t>(indices[0]));
             Emit(Opcode::IndexName, static_cast<int32_t>(target.Site));
         } else {
             EmitLoad(target);
-            Emit(Opcode::LoadLocal, static_cast<int32_t>(index));
+            Emit(Opcode::LoadLocal, static_cast<int32_t>(indices[0]));
+            Emit(Opcode::Index);
+        }
+        for (std::size_t i = 1; i < indices.size(); ++i) {
+            Emit(Opcode::LoadLocal, static_cast<int32_t>(indices[i]));
             Emit(Opcode::Index);
         }
         const ExprInfo right = ParseExpression();
         EmitBinary(OperatorOf(op), ExprInfo{}, right, line);
     }
+    const auto count = static_cast<uint16_t>(indices.size());
     switch (target.Kind) {
-        case NameKind::Local: Emit(Opcode::SetIndexLocal, static_cast<int32_t>(target.Slot)); break;
-        case NameKind::Argument: Emit(Opcode::SetIndexArg, static_cast<int32_t>(target.Slot), target.Type.Pack()); break;
-        case NameKind::Context: Emit(Opcode::SetIndexName, static_cast<int32_t>(target.Site)); break;
+        case NameKind::Local:
+            if (path) Emit(Opcode::SetPathLocal, static_cast<int32_t>(target.Slot), count);
+            else Emit(Opcode::SetIndexLocal, static_cast<int32_t>(target.Slot));
+            break;
+        case NameKind::Argument:
+            if (path) Emit(Opcode::SetPathArg, static_cast<int32_t>(target.Slot), count);
+            else Emit(Opcode::SetIndexArg, static_cast<int32_t>(target.Slot), target.Type.Pack());
+            break;
+        case NameKind::Context:
+            if (path) Emit(Opcode::SetPathName, static_cast<int32_t>(target.Site), count);
+            else Emit(Opcode::SetIndexName, static_cast<int32_t>(target.Site));
+            break;
     }
     EndScope();
 }

@@ -189,6 +189,8 @@ static int StackEffect(Opcode op, int32_t a, uint16_t b) {
             return -1;
         case Opcode::SetIndexLocal: case Opcode::SetIndexArg: case Opcode::SetIndexName:
             return -2;
+        case Opcode::SetPathLocal: case Opcode::SetPathArg: case Opcode::SetPathName:
+            return -1 - static_cast<int>(b);
         case Opcode::MakeArray: return 1 - a;
         case Opcode::Call: return 1 - static_cast<int>(b & 0xFF);
         case Opcode::CallBuiltin: return 1 - static_cast<int>(b);

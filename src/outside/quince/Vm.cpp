@@ -699,6 +699,39 @@ op_SetIndexName: {
     if (!ok) goto failure;
     NEXT();
 }
+op_SetPathLocal:
+op_SetPathArg: {
+    const unsigned count = in.B;
+    Value item = sp[-1];
+    Value* indices = sp - 1 - count;
+    sp = indices;
+    Value* container = &slots[in.A];
+    bool ok = true;
+    if (in.Op == Opcode::SetPathArg && container->kind == Kind::RefSlot) container = container->slot;
+    if (in.Op == Opcode::SetPathArg && IsReference(container->kind)) {
+        ok = SetItemAtPathOfVariable(container->var, indices, count, item, memory, message);
+        Release(item);
+    } else {
+        ok = SetItemAtPath(*container, indices, count, item, memory, message);
+    }
+    for (unsigned i = 0; i < count; ++i) Release(indices[i]);
+    if (!ok) goto failure;
+    NEXT();
+}
+op_SetPathName: {
+    NameSite& site = proc->Names[in.A];
+    const unsigned count = in.B;
+    Value item = sp[-1];
+    Value* indices = sp - 1 - count;
+    sp = indices;
+    Variable* variable = engine.SiteVariable(site);
+    const bool ok = variable != nullptr && SetItemAtPathOfVariable(variable, indices, count, item, memory, message);
+    Release(item);
+    for (unsigned i = 0; i < count; ++i) Release(indices[i]);
+    if (variable == nullptr) FAIL("unknown name '%S'", &site.Name);
+    if (!ok) goto failure;
+    NEXT();
+}
 op_AppendLocal: {
     Value item = *--sp;
     Value& target = slots[in.A];

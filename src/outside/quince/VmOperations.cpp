@@ -1,6 +1,8 @@
 // VmOperations: the general forms of the VM's operations on values.
 #include "outside/quince/VmOperations.h"
 
+#include <vector>
+
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -227,6 +229,51 @@ bool SetItem(Value& container, const Value& index, Value item, MemoryAccount& me
     Release(array.Items[position]);
     array.Items[position] = item;
     return true;
+}
+
+bool SetItemAtPath(Value& root, const Value* indices, unsigned count, Value item, MemoryAccount& memory,
+                   NyxString& error) {
+    // The levels above the last one, made unique on the way down (each may be shared).
+    std::vector<ArrayObject*> levels;
+    levels.reserve(count);
+    const uint32_t itemDepth = item.kind == Kind::Array ? item.a->Depth : 0;
+    if (count + itemDepth > kMaxArrayNesting) {
+        Release(item);
+        error.Printf("arrays nested deeper than %u levels", kMaxArrayNesting);
+        return false;
+    }
+    Value* current = &root;
+    for (unsigned level = 0; level + 1 < count; ++level) {
+        if (current->kind != Kind::Array) {
+            Release(item);
+            error.Printf("cannot set an item of %s", KindName(current->kind));
+            return false;
+        }
+        std::size_t position = 0;
+        if (!IndexPosition(indices[level], current->a->Items.size(), position, false, error)) { Release(item); return false; }
+        if (!MakeArrayUnique(*current)) { Release(item); error = kOutOfMemory; return false; }
+        levels.push_back(current->a);
+        current = &current->a->Items[position];
+    }
+    if (!SetItem(*current, indices[count - 1], item, memory, error)) return false;
+    // Each level now holds one level more than the one below it.
+    uint32_t below = current->kind == Kind::Array ? current->a->Depth : 0;
+    for (auto level = levels.rbegin(); level != levels.rend(); ++level) {
+        if ((*level)->Depth < below + 1) (*level)->Depth = below + 1;
+        below = (*level)->Depth;
+    }
+    return true;
+}
+
+bool SetItemAtPathOfVariable(Variable* variable, const Value* indices, unsigned count, const Value& item,
+                             MemoryAccount& memory, NyxString& error) {
+    Value whole = Value::MakeNone();
+    if (!ValueFromVariable(variable, memory, whole, error)) return false;
+    Value copy = item;
+    Retain(copy);
+    const bool ok = SetItemAtPath(whole, indices, count, copy, memory, error) && StoreIntoVariable(variable, whole, error);
+    Release(whole);
+    return ok;
 }
 
 bool SetItemOfVariable(Variable* variable, const Value& index, const Value& item, MemoryAccount& memory,

@@ -67,6 +67,14 @@ bool SetItem(Value& container, const Value& index, Value item, MemoryAccount& me
 // The same on a Variable of the page: an array's element or a string's char.
 bool SetItemOfVariable(Variable* variable, const Value& index, const Value& item, MemoryAccount& memory,
                        NyxString& error);
+// root[i1][i2]...[iN] = item, for N of 2 or more: every level but the last
+// must exist; the last grows as SetItem's does. `item` is taken over, the
+// indices are only read.
+bool SetItemAtPath(Value& root, const Value* indices, unsigned count, Value item, MemoryAccount& memory,
+                   NyxString& error);
+// The same on a Variable of the page, through its value.
+bool SetItemAtPathOfVariable(Variable* variable, const Value* indices, unsigned count, const Value& item,
+                             MemoryAccount& memory, NyxString& error);
 // An item of a page variable, read without converting the whole array.
 bool IndexVariable(Variable* variable, const Value& index, MemoryAccount& memory, Value& out, NyxString& error);
 
