@@ -85,6 +85,8 @@ namespace quince {
     X(Loop, "--", "A: offset (negative); counts one step of the budget")                                     \
     X(ForPrep, "--", "A: offset past the loop; B: slot of the counter, limit and step follow it")            \
     X(ForNext, "--", "A: offset back to the body; B: slot of the counter; counts one step")                  \
+    X(ForEach, "-- item | --", "A: offset past the loop, taken when no item is left; B: slot of the container, its position follows") \
+    X(ForEachPair, "-- key item | --", "as ForEach; the key is the position in an array or string")         \
     X(ForPrepInt, "--", "as ForPrep, all three known ints")                                                  \
     X(ForNextInt, "--", "as ForNext, all three known ints")                                                  \
     /* Calls and output */                                                                                   \

@@ -338,6 +338,11 @@ void Parser::ParseWhile() {
 void Parser::ParseFor() {
     const unsigned line = Current.Line;
     Advance();
+    // "each" is a name like any other, unless a name follows it.
+    if (Check(TokenKind::Name) && Current.Text == "each" && Peek.Kind == TokenKind::Name) {
+        ParseForEach(line);
+        return;
+    }
     if (!Check(TokenKind::Name)) {
         Fail("expected the counter's name after 'for', found " + Found());
         return;
@@ -408,6 +413,77 @@ void Parser::ParseFor() {
     Advance();
     if (Check(TokenKind::Name)) {
         if (Current.Text != name) Fail("'next " + std::string(Current.Text) + "' does not match 'for " + name + "'");
+        Advance();
+    }
+    EndScope();
+}
+
+// for-each := "for" "each" NAME [ "," NAME ] "in" expression block "next" [ NAME ]
+// The items of an array (or the characters of a string), or with two names
+// the position and the item; for a map its keys and values. The container is
+// taken once, before the first pass: changing the variable inside the loop
+// does not change the passes. Names that are not locals or parameters yet
+// are declared, local to the loop.
+void Parser::ParseForEach(unsigned line) {
+    Advance();  // each
+    std::vector<std::string> names;
+    do {
+        if (!Check(TokenKind::Name)) {
+            Fail("expected a name in 'for each', found " + Found());
+            return;
+        }
+        names.emplace_back(Current.Text);
+        Advance();
+    } while (names.size() < 2 && Match(TokenKind::Comma));
+    if (!Check(TokenKind::Name) || Current.Text != "in") {
+        Fail("expected 'in' after the names of 'for each', found " + Found());
+        return;
+    }
+    Advance();
+    BeginScope();
+    const unsigned container = AddHiddenSlot();
+    const unsigned position = AddHiddenSlot();
+    if (!Failed && position != container + 1) Fail("internal: loop slots apart");
+    ParseExpression();
+    Emit(Opcode::StoreLocal, static_cast<int32_t>(container));
+    Emit(Opcode::PushInt, 0);
+    Emit(Opcode::StoreLocal, static_cast<int32_t>(position));
+    std::vector<ResolvedName> targets;
+    for (const std::string& name : names) {
+        ResolvedName target;
+        if (IsLocalOrParameter(name)) {
+            target = Resolve(name, false);
+        } else {
+            target.Kind = NameKind::Local;
+            if (!DeclareLocal(name, DeclaredType{}, target.Slot)) {
+                EndScope();
+                return;
+            }
+        }
+        targets.push_back(target);
+    }
+    const std::size_t top = CodeSize();
+    MarkJumpTarget();
+    const std::size_t exit = Emit(names.size() == 2 ? Opcode::ForEachPair : Opcode::ForEach, 0,
+                                  static_cast<uint16_t>(container));
+    // The item is on top, under it the key.
+    for (auto target = targets.rbegin(); target != targets.rend(); ++target) EmitStore(*target);
+    Function->Loops.push_back(LoopState{{}, {}, Function->ScopeDepth, Function->TryDepth});
+    ParseBlock();
+    LoopState loop = std::move(Function->Loops.back());
+    Function->Loops.pop_back();
+    for (std::size_t jump : loop.ContinueJumps) PatchJumpTo(jump, top);
+    EmitLoop(top);
+    PatchJump(exit);
+    for (std::size_t jump : loop.BreakJumps) PatchJump(jump);
+    if (!Failed && !Check(TokenKind::Next)) {
+        Fail("expected 'next' to close 'for each' of line " + std::to_string(line) + ", found " + Found());
+    }
+    Advance();
+    if (Check(TokenKind::Name)) {
+        if (Current.Text != names.back() && Current.Text != names.front()) {
+            Fail("'next " + std::string(Current.Text) + "' does not match 'for each " + names.front() + "'");
+        }
         Advance();
     }
     EndScope();

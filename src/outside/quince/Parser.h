@@ -147,6 +147,7 @@ private:
     void ParseIf();
     void ParseWhile();
     void ParseTry();
+    void ParseForEach(unsigned line);
     void ParseFor();
     void ParseBreakOrContinue();
     void ParseReturn();

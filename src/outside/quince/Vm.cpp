@@ -827,6 +827,27 @@ op_ForNext: {
     if (ForContinues(counter, isInteger)) ip += in.A;
     NEXT();
 }
+op_ForEach:
+op_ForEachPair: {
+    Value* state = &slots[in.B];
+    const Value& container = state[0];
+    const int32_t position = state[1].i;
+    std::size_t size = 0;
+    switch (container.kind) {
+        case Kind::Array: size = container.a->Items.size(); break;
+        case Kind::String: size = container.s->Length; break;
+        default: FAIL("'for each' needs an array or a string, not %s", KindName(container.kind));
+    }
+    if (position < 0 || static_cast<std::size_t>(position) >= size) {
+        ip += in.A;
+        NEXT();
+    }
+    state[1].i = position + 1;
+    if (in.Op == Opcode::ForEachPair) *sp++ = Value::MakeInt(position);
+    *sp++ = container.kind == Kind::Array ? Copy(container.a->Items[static_cast<std::size_t>(position)])
+                                          : Value::MakeChar(container.s->Data[position]);
+    NEXT();
+}
 op_ForPrepInt: {
     const Value* counter = &slots[in.B];
     const int32_t step = counter[2].i;
