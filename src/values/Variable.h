@@ -19,6 +19,7 @@ public:
         TypeString = 7,
         TypeArray = 8,
         TypeReference = 9,  // a Duplicate; GetTypeId answers the origin's id
+        TypeMap = 10,       // keys and variables, reached as a structure's elements (VarMap)
     };
 
     virtual ~Variable();

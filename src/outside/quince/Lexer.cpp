@@ -93,6 +93,9 @@ Token Lexer::NextToken() {
         case '[': ++GroupDepth; return Make(TokenKind::LeftBracket, start);
         case ')': if (GroupDepth > 0) --GroupDepth; return Make(TokenKind::RightParen, start);
         case ']': if (GroupDepth > 0) --GroupDepth; return Make(TokenKind::RightBracket, start);
+        case '{': ++GroupDepth; return Make(TokenKind::LeftBrace, start);
+        case '}': if (GroupDepth > 0) --GroupDepth; return Make(TokenKind::RightBrace, start);
+        case ':': return Make(TokenKind::Colon, start);
         case ',': return Make(TokenKind::Comma, start);
         case '+': return Make(next('=') ? TokenKind::PlusAssign : TokenKind::Plus, start);
         case '-': return Make(next('=') ? TokenKind::MinusAssign : TokenKind::Minus, start);

@@ -18,7 +18,7 @@ namespace quince {
     X(Session, "session") X(Ref, "ref") X(True, "true") X(False, "false")      \
     X(TypeVar, "var") X(TypeInt, "int") X(TypeDouble, "double")                \
     X(TypeFloat, "float") X(TypeChar, "char") X(TypeBool, "bool")              \
-    X(TypeString, "string") X(Try, "try") X(Catch, "catch") X(EndTry, "endtry")
+    X(TypeString, "string") X(TypeMap, "map") X(Try, "try") X(Catch, "catch") X(EndTry, "endtry")
 
 enum class TokenKind : uint8_t {
     End,
@@ -32,7 +32,7 @@ enum class TokenKind : uint8_t {
 #define QUINCE_KEYWORD_KIND(kind, text) kind,
     QUINCE_KEYWORDS(QUINCE_KEYWORD_KIND)
 #undef QUINCE_KEYWORD_KIND
-    LeftParen, RightParen, LeftBracket, RightBracket, Comma,
+    LeftParen, RightParen, LeftBracket, RightBracket, LeftBrace, RightBrace, Colon, Comma,
     Plus, Minus, Star, Slash, Percent, Bang, AndAnd, OrOr,
     Equal, NotEqual, Less, LessEqual, Greater, GreaterEqual,
     Assign, PlusAssign, MinusAssign, StarAssign, SlashAssign, PercentAssign,

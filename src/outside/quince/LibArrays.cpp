@@ -1,10 +1,12 @@
 // Library, arrays: count, push, pop, insert, remove, sort, reverse, indexof,
 // slice. push, pop, insert, remove, sort and reverse change the array
-// variable named as their first argument; positions count from 0.
+// variable named as their first argument; positions count from 0. count and
+// remove take maps too (LibMaps has the rest).
 #include <algorithm>
 #include <cmath>
 
 #include "outside/quince/Library.h"
+#include "outside/quince/VmOperations.h"
 
 namespace quince {
 
@@ -17,7 +19,7 @@ bool RequireArrayVariable(CallContext& call, Value& value, const char* function)
 }
 
 bool Count(CallContext& call, Value* args, unsigned, Value& result) {
-    if (args[0].kind == Kind::Array) result = Value::MakeInt(static_cast<int32_t>(args[0].a->Items.size()));
+    if (args[0].HoldsItems()) result = Value::MakeInt(static_cast<int32_t>(args[0].a->Items.size()));
     else if (args[0].kind == Kind::String) result = Value::MakeInt(static_cast<int32_t>(args[0].s->Length));
     else return call.Fail("count needs an array, not %s", KindName(args[0].kind));
     return true;
@@ -39,6 +41,17 @@ bool AddItem(CallContext& call, ArrayObject& array, const Value& value, std::siz
         return call.OutOfMemory();
     }
     array.Items.insert(array.Items.begin() + static_cast<std::ptrdiff_t>(position), item);
+    return true;
+}
+
+// remove(m, key): takes the key out of the map and gives its value.
+bool RemoveKey(CallContext& call, Value* args, Value& result) {
+    NyxString key;
+    if (!MapKeyText(args[1], key, call.Error)) return false;
+    const std::size_t position = MapFind(*args[0].a, key.View());
+    if (position == SIZE_MAX) return call.Fail("remove: the map has no key '%S'", &key);
+    if (!MakeArrayUnique(args[0])) return call.OutOfMemory();
+    MapRemoveAt(*args[0].a, position, result);
     return true;
 }
 
@@ -81,6 +94,7 @@ bool Insert(CallContext& call, Value* args, unsigned, Value&) {
 
 // remove(a, position): takes the item at position out and gives it.
 bool Remove(CallContext& call, Value* args, unsigned, Value& result) {
+    if (args[0].kind == Kind::Map) return RemoveKey(call, args, result);
     if (!RequireArrayVariable(call, args[0], "remove")) return false;
     std::vector<Value>& items = args[0].a->Items;
     std::size_t position = 0;

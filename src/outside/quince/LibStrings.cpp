@@ -5,6 +5,7 @@
 #include <string>
 
 #include "outside/quince/Library.h"
+#include "outside/quince/VmOperations.h"
 
 namespace quince {
 
@@ -15,7 +16,7 @@ namespace {
 bool IsBlank(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n' || c == '\f' || c == '\v'; }
 
 bool Len(CallContext& call, Value* args, unsigned, Value& result) {
-    if (args[0].kind == Kind::Array) {
+    if (args[0].HoldsItems()) {
         result = Value::MakeInt(static_cast<int32_t>(args[0].a->Items.size()));
         return true;
     }
@@ -149,6 +150,12 @@ bool Join(CallContext& call, Value* args, unsigned count, Value& result) {
 
 // contains(text, what) for texts; contains(array, value) for arrays.
 bool Contains(CallContext& call, Value* args, unsigned, Value& result) {
+    if (args[0].kind == Kind::Map) {
+        NyxString key;
+        if (!MapKeyText(args[1], key, call.Error)) return false;
+        result = Value::MakeBool(MapFind(*args[0].a, key.View()) != SIZE_MAX);
+        return true;
+    }
     if (args[0].kind == Kind::Array) {
         bool found = false;
         for (const Value& item : args[0].a->Items) {

@@ -15,6 +15,7 @@ namespace quince {
     X(PushBool, "-- bool", "A: 0 or 1")                                                                      \
     X(Pop, "v --", "")                                                                                       \
     X(MakeArray, "v1 .. vN -- array", "A: N; B: element type")                                               \
+    X(MakeMap, "k1 v1 .. kN vN -- map", "A: N")                                                              \
     /* Locals and parameters (slots of the frame) */                                                         \
     X(LoadLocal, "-- v", "A: slot")                                                                          \
     X(LoadLocalScalar, "-- v", "A: slot of a declared number, bool or char (no reference count)")           \

@@ -193,6 +193,7 @@ ExprInfo Parser::ParsePrimary() {
             return info;
         }
         case TokenKind::LeftBracket: return ParseArrayLiteral();
+        case TokenKind::LeftBrace: return ParseMapLiteral();
         case TokenKind::Name: return ParseNameExpression();
         case TokenKind::TypeInt: case TokenKind::TypeDouble: case TokenKind::TypeFloat:
         case TokenKind::TypeChar: case TokenKind::TypeBool: case TokenKind::TypeString:
@@ -221,6 +222,23 @@ ExprInfo Parser::ParseArrayLiteral() {
     if (element == StaticType::None || element == StaticType::Array) element = StaticType::Any;
     Emit(Opcode::MakeArray, count, DeclaredType{StaticType::Array, element}.Pack());
     return ExprInfo{StaticType::Array};
+}
+
+// map-literal := "{" [ expression ":" expression { "," expression ":" expression } ] "}"
+ExprInfo Parser::ParseMapLiteral() {
+    Advance();
+    int32_t count = 0;
+    if (!Check(TokenKind::RightBrace)) {
+        do {
+            ParseExpression();
+            Expect(TokenKind::Colon, "':' between a key and its value");
+            ParseExpression();
+            ++count;
+        } while (Match(TokenKind::Comma) && !Failed);
+    }
+    Expect(TokenKind::RightBrace, "'}' to close the map");
+    Emit(Opcode::MakeMap, count);
+    return ExprInfo{StaticType::Map};
 }
 
 // conversion := ( "int" | "double" | "float" | "char" | "bool" | "string" ) "(" expression ")"

@@ -23,7 +23,7 @@ bool StartsExpression(TokenKind kind) {
     switch (kind) {
         case TokenKind::Integer: case TokenKind::Double: case TokenKind::Float: case TokenKind::String:
         case TokenKind::Char: case TokenKind::Name: case TokenKind::True: case TokenKind::False:
-        case TokenKind::Minus: case TokenKind::Bang: case TokenKind::LeftBracket:
+        case TokenKind::Minus: case TokenKind::Bang: case TokenKind::LeftBracket: case TokenKind::LeftBrace:
         case TokenKind::TypeInt: case TokenKind::TypeDouble: case TokenKind::TypeFloat:
         case TokenKind::TypeChar: case TokenKind::TypeBool: case TokenKind::TypeString:
             return true;
@@ -137,13 +137,13 @@ bool Parser::ParseParameter(Parameter& parameter) {
 bool Parser::IsTypeStart() const {
     switch (Current.Kind) {
         case TokenKind::TypeVar: case TokenKind::TypeInt: case TokenKind::TypeDouble: case TokenKind::TypeFloat:
-        case TokenKind::TypeChar: case TokenKind::TypeBool: case TokenKind::TypeString:
+        case TokenKind::TypeChar: case TokenKind::TypeBool: case TokenKind::TypeString: case TokenKind::TypeMap:
             return true;
         default: return false;
     }
 }
 
-// type := ( "var" | "int" | "double" | "float" | "char" | "bool" | "string" ) [ "[" "]" ]
+// type := ( "var" | "int" | "double" | "float" | "char" | "bool" | "string" | "map" ) [ "[" "]" ]
 bool Parser::ParseType(DeclaredType& type) {
     StaticType base = StaticType::Any;
     switch (Current.Kind) {
@@ -154,6 +154,7 @@ bool Parser::ParseType(DeclaredType& type) {
         case TokenKind::TypeChar: base = StaticType::Char; break;
         case TokenKind::TypeBool: base = StaticType::Bool; break;
         case TokenKind::TypeString: base = StaticType::String; break;
+        case TokenKind::TypeMap: base = StaticType::Map; break;
         default:
             Fail("expected a type, found " + Found());
             return false;
@@ -231,6 +232,7 @@ void Parser::ParseDeclaration() {
                 case StaticType::Bool: Emit(Opcode::PushBool, 0); break;
                 case StaticType::String: EmitConstantString(""); break;
                 case StaticType::Array: Emit(Opcode::MakeArray, 0, type.Pack()); break;
+                case StaticType::Map: Emit(Opcode::MakeMap, 0); break;
                 default: Emit(Opcode::PushInt, 0); value.Type = StaticType::Int; break;  // converted on store
             }
         }
@@ -760,9 +762,10 @@ bool Parser::IsAppendChain(std::string_view name) const {
                 if (last == TokenKind::Name && FindBuiltin(lastText, nullptr) == nullptr) return false;
                 ++depth;
                 break;
-            case TokenKind::LeftBracket: ++depth; break;
+            case TokenKind::LeftBracket: case TokenKind::LeftBrace: ++depth; break;
             case TokenKind::RightParen:
             case TokenKind::RightBracket:
+            case TokenKind::RightBrace:
                 if (--depth < 0) return false;
                 break;
             case TokenKind::Minus: case TokenKind::Equal: case TokenKind::NotEqual: case TokenKind::Less:

@@ -192,6 +192,7 @@ static int StackEffect(Opcode op, int32_t a, uint16_t b) {
         case Opcode::SetPathLocal: case Opcode::SetPathArg: case Opcode::SetPathName:
             return -1 - static_cast<int>(b);
         case Opcode::MakeArray: return 1 - a;
+        case Opcode::MakeMap: return 1 - 2 * a;
         case Opcode::ForEach: return 1;
         case Opcode::ForEachPair: return 2;
         case Opcode::Call: return 1 - static_cast<int>(b & 0xFF);

@@ -168,6 +168,7 @@ private:
     ExprInfo ParsePostfix();
     ExprInfo ParsePrimary();
     ExprInfo ParseArrayLiteral();
+    ExprInfo ParseMapLiteral();
     ExprInfo ParseConversion();
     ExprInfo ParseNameExpression();
     ExprInfo ParseCall(std::string_view name, bool resultUsed, bool hasParentheses);

@@ -11,6 +11,7 @@
 #include "values/VarDouble.h"
 #include "values/VarFloat.h"
 #include "values/VarInteger.h"
+#include "values/VarMap.h"
 #include "values/VarString.h"
 #include "values/Variable.h"
 
@@ -33,7 +34,7 @@ constexpr TypeEntry kTypes[] = {
     {"float", Make<VarFloat>},            {"double", Make<VarDouble>},       {"string", Make<VarString>},
     {"array", Make<VarArray>},            {"bool[]", Make<VarBooleanArray>}, {"char[]", Make<VarCharArray>},
     {"integer[]", Make<VarIntegerArray>}, {"float[]", Make<VarFloatArray>},  {"double[]", Make<VarDoubleArray>},
-    {"string[]", Make<VarStringArray>},
+    {"string[]", Make<VarStringArray>},   {"map", Make<VarMap>},
 };
 
 const TypeEntry* FindType(std::string_view typeName) {
@@ -60,23 +61,47 @@ void AppendNumber(std::string& text, const char* format, double value) {
     if (written > 0) text.append(buffer, static_cast<std::size_t>(written));
 }
 
+bool EncodeValue(const Variable& variable, std::string& text, unsigned depth);
+
+// "type:N:text" of one element; a map's element has "K:key" between its
+// type and its count.
+bool EncodeElement(const Variable& element, const NyxString* key, std::string& text, unsigned depth) {
+    const std::string elementType = TypeNameOf(element);
+    std::string elementText;
+    if (FindType(elementType) == nullptr || !EncodeValue(element, elementText, depth + 1)) return false;
+    text += elementType;
+    text += ':';
+    if (key != nullptr) {
+        text += std::to_string(key->GetSize());
+        text += ':';
+        text.append(key->GetString(), key->GetSize());
+    }
+    text += std::to_string(elementText.size());
+    text += ':';
+    text += elementText;
+    return true;
+}
+
 bool EncodeValue(const Variable& variable, std::string& text, unsigned depth) {
     const Variable::enum_TypeId type = variable.GetTypeId();
+    if (type == Variable::TypeMap) {
+        if (depth >= kMaxNestingDepth) return false;
+        auto& map = const_cast<Variable&>(variable);  // element access is non-const
+        for (unsigned i = 0; i < map.GetElementCount(); ++i) {
+            Variable* element = map.GetStructElement(i);
+            if (element == nullptr) return false;
+            const NyxString key = element->GetVarName();
+            if (!EncodeElement(*element, &key, text, depth)) return false;
+        }
+        return true;
+    }
     if (type == Variable::TypeArray || variable.IsArray()) {
         if (depth >= kMaxNestingDepth) return false;
         auto& array = const_cast<Variable&>(variable);  // element access is non-const
         const unsigned count = array.GetElementCount();
         for (unsigned i = 0; i < count; ++i) {
             const Variable* element = array.GetArrayElement(i);
-            if (element == nullptr) return false;
-            const std::string elementType = TypeNameOf(*element);
-            std::string elementText;
-            if (FindType(elementType) == nullptr || !EncodeValue(*element, elementText, depth + 1)) return false;
-            text += elementType;
-            text += ':';
-            text += std::to_string(elementText.size());
-            text += ':';
-            text += elementText;
+            if (element == nullptr || !EncodeElement(*element, nullptr, text, depth)) return false;
         }
         return true;
     }
@@ -119,7 +144,8 @@ bool ReadCount(std::string_view text, std::size_t& position, std::size_t& count)
 }
 
 bool DecodeInto(Variable& variable, std::string_view text, unsigned depth) {
-    if (variable.IsArray()) {
+    const bool isMap = variable.GetTypeId() == Variable::TypeMap;
+    if (variable.IsArray() || isMap) {
         if (depth >= kMaxNestingDepth) return false;
         std::size_t position = 0;
         while (position < text.size()) {
@@ -127,12 +153,19 @@ bool DecodeInto(Variable& variable, std::string_view text, unsigned depth) {
             if (colon == std::string_view::npos) return false;
             const std::string_view elementType = text.substr(position, colon - position);
             position = colon + 1;
+            std::string_view key;
             std::size_t count = 0;
+            if (isMap) {
+                if (!ReadCount(text, position, count) || count > text.size() - position) return false;
+                key = text.substr(position, count);
+                position += count;
+            }
             if (!ReadCount(text, position, count) || count > text.size() - position) return false;
-            std::unique_ptr<Variable> element(NewVariable(elementType, NyxString()));
+            std::unique_ptr<Variable> element(NewVariable(elementType, NyxString(key)));
             if (element == nullptr || !DecodeInto(*element, text.substr(position, count), depth + 1)) return false;
             position += count;
-            if (variable.AddArrayElement(element.get()) == 0) return false;
+            const int added = isMap ? variable.AddStructElement(element.get(), 0) : variable.AddArrayElement(element.get());
+            if (added == 0) return false;
             element.release();
         }
         return true;

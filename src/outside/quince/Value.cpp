@@ -23,6 +23,7 @@ const char* StaticTypeName(StaticType type) {
         case StaticType::Double: return "double";
         case StaticType::String: return "string";
         case StaticType::Array: return "array";
+        case StaticType::Map: return "map";
         case StaticType::None: return "nothing";
     }
     return "var";
@@ -46,6 +47,7 @@ const char* KindName(Kind kind) {
         case Kind::Double: return "double";
         case Kind::String: return "string";
         case Kind::Array: return "array";
+        case Kind::Map: return "map";
         case Kind::Foreign: return "variable";
         default: return "reference";
     }
@@ -60,6 +62,7 @@ Kind KindOf(StaticType type) {
         case StaticType::Double: return Kind::Double;
         case StaticType::String: return Kind::String;
         case StaticType::Array: return Kind::Array;
+        case StaticType::Map: return Kind::Map;
         default: return Kind::None;
     }
 }
@@ -73,6 +76,7 @@ StaticType StaticTypeOf(Kind kind) {
         case Kind::Double: return StaticType::Double;
         case Kind::String: return StaticType::String;
         case Kind::Array: return StaticType::Array;
+        case Kind::Map: return StaticType::Map;
         default: return StaticType::Any;
     }
 }
@@ -90,9 +94,11 @@ void FreeObject(Value& value) {
             delete text;
             break;
         }
-        case Kind::Array: {
+        case Kind::Array:
+        case Kind::Map: {
             ArrayObject* array = value.a;
             for (Value& item : array->Items) Release(item);
+            if (array->Map != nullptr) FreeMapKeys(*array);
             array->Account->Give(array->Charged);
             delete array;
             break;
@@ -199,7 +205,8 @@ ArrayObject* NewArray(MemoryAccount& account, StaticType element) {
 }
 
 bool ChargeArray(ArrayObject& array) {
-    const std::size_t wanted = sizeof(ArrayObject) + array.Items.capacity() * sizeof(Value);
+    std::size_t wanted = sizeof(ArrayObject) + array.Items.capacity() * sizeof(Value);
+    if (array.Map != nullptr) wanted += MapKeysCharge(array);
     if (wanted > array.Charged) {
         if (!array.Account->Take(wanted - array.Charged)) return false;
     } else {
@@ -216,8 +223,9 @@ bool MakeArrayUnique(Value& value) {
     if (copy == nullptr) return false;
     copy->Depth = source->Depth;
     copy->Items.reserve(source->Items.size());
-    if (!ChargeArray(*copy)) {
-        Value dropped = Value::MakeArray(copy);
+    if ((source->Map != nullptr && !CopyMapKeys(*source, *copy)) || !ChargeArray(*copy)) {
+        Value dropped = value;
+        dropped.a = copy;
         Release(dropped);
         return false;
     }
@@ -228,7 +236,7 @@ bool MakeArrayUnique(Value& value) {
 }
 
 bool ArrayAdmits(ArrayObject& array, const Value& item) {
-    if (item.kind != Kind::Array) return true;
+    if (!item.HoldsItems()) return true;
     if (item.a->Depth + 1 > kMaxArrayNesting) return false;
     if (item.a->Depth + 1 > array.Depth) array.Depth = item.a->Depth + 1;
     return true;
@@ -308,6 +316,20 @@ static void AppendTextTo(NyxString& output, const Value& value, bool quoteString
             output.Append(']');
             break;
         }
+        case Kind::Map: {
+            output.Append('{');
+            const ArrayObject& map = *value.a;
+            for (std::size_t i = 0; i < map.Items.size(); ++i) {
+                if (output.GetSize() > end) break;
+                if (i != 0) output.Append(',');
+                if (quoteStrings) AppendQuoted(output, MapKey(map, i));
+                else output.AppendBytes(map.Map->Keys[i]->Data, map.Map->Keys[i]->Length);
+                output.Append(':');
+                AppendTextTo(output, map.Items[i], quoteStrings, end);
+            }
+            output.Append('}');
+            break;
+        }
         case Kind::Foreign:
             if (quoteStrings) value.o->Owned->DumpValue(output, NyxString());
             else value.o->Owned->AppendText(output);
@@ -335,7 +357,8 @@ bool IsTrue(const Value& value) {
         case Kind::Float: return value.f != 0.0f;
         case Kind::Double: return value.d != 0.0;
         case Kind::String: return value.s->Length != 0;
-        case Kind::Array: return !value.a->Items.empty();
+        case Kind::Array:
+        case Kind::Map: return !value.a->Items.empty();
         case Kind::Foreign: return value.o->Owned->GetIntegerValue() != 0;
         default: return false;
     }
@@ -349,7 +372,8 @@ int32_t ToInt(const Value& value) {
         case Kind::Float: return VarConversions::TruncateToInt32(value.f);
         case Kind::Double: return VarConversions::TruncateToInt32(value.d);
         case Kind::String: return VarConversions::ParseInteger(value.s->Data);
-        case Kind::Array: return static_cast<int32_t>(value.a->Items.size());
+        case Kind::Array:
+        case Kind::Map: return static_cast<int32_t>(value.a->Items.size());
         case Kind::Foreign: return static_cast<int32_t>(value.o->Owned->GetIntegerValue());
         default: return 0;
     }
@@ -434,8 +458,9 @@ bool ConvertTo(Value& value, DeclaredType type, MemoryAccount& account, NyxStrin
         return true;
     }
     if (value.kind == wanted) return true;
-    if (value.kind == Kind::Array) {
-        error.Printf("cannot use an array as %s", StaticTypeName(type.Base));
+    if (value.HoldsItems() || type.Base == StaticType::Map) {
+        error.Printf("cannot use %s as %s", value.kind == Kind::Array ? "an array" : KindName(value.kind),
+                     StaticTypeName(type.Base));
         return false;
     }
     Value result = Value::MakeNone();
@@ -476,6 +501,12 @@ bool DefaultValue(DeclaredType type, MemoryAccount& account, Value& out) {
             out = Value::MakeArray(array);
             return true;
         }
+        case StaticType::Map: {
+            ArrayObject* map = NewMap(account);
+            if (map == nullptr) return false;
+            out = Value::MakeMap(map);
+            return true;
+        }
         default: out = Value::MakeInt(0); return true;  // int, and var without a value
     }
 }
@@ -510,11 +541,22 @@ bool ValuesEqual(const Value& a, const Value& b) {
         }
         return true;
     }
+    if (a.kind == Kind::Map || b.kind == Kind::Map) {
+        // The same keys with equal values, in any order.
+        if (a.kind != b.kind) return false;
+        if (a.a == b.a) return true;
+        if (a.a->Items.size() != b.a->Items.size()) return false;
+        for (std::size_t i = 0; i < a.a->Items.size(); ++i) {
+            const std::size_t other = MapFind(*b.a, MapKey(*a.a, i));
+            if (other == SIZE_MAX || !ValuesEqual(a.a->Items[i], b.a->Items[other])) return false;
+        }
+        return true;
+    }
     return CompareText(a, b) == 0;
 }
 
 bool Compare(const Value& a, const Value& b, int& order, NyxString& error) {
-    if (a.kind == Kind::Array || b.kind == Kind::Array || a.kind == Kind::None || b.kind == Kind::None) {
+    if (a.HoldsItems() || b.HoldsItems() || a.kind == Kind::None || b.kind == Kind::None) {
         error.Printf("cannot order %s and %s", KindName(a.kind), KindName(b.kind));
         return false;
     }

@@ -25,6 +25,7 @@ enum class Kind : uint8_t {
     Double,
     String,         // StringObject*, shared copy-on-write
     Array,          // ArrayObject*, shared copy-on-write
+    Map,            // ArrayObject* with keys (ArrayObject::Map), shared copy-on-write
     Foreign,        // ForeignObject*: a Variable of a kind Quince has no value for
     RefSlot,        // Value* of the caller's slot (a variable passed to a procedure)
     RefVariable,    // Variable* of a page or global variable passed by a Quince caller
@@ -32,7 +33,7 @@ enum class Kind : uint8_t {
 };
 
 // What the compiler knows of a value's type. Any: only the run time knows.
-enum class StaticType : uint8_t { Any, Bool, Char, Int, Float, Double, String, Array, None };
+enum class StaticType : uint8_t { Any, Bool, Char, Int, Float, Double, String, Array, None, Map };
 
 const char* StaticTypeName(StaticType type);
 
@@ -78,13 +79,24 @@ struct Value;
 // that printing, comparing and freeing, which recurse, stay shallow.
 inline constexpr uint32_t kMaxArrayNesting = 64;
 
+// The keys of a map, beside its items: Keys[i] is the key of Items[i]
+// (insertion order), and Slots an open-addressed index of positions + 1
+// (0: empty), its size a power of two at least twice the count.
+struct MapKeys {
+    std::vector<StringObject*> Keys;  // one reference each
+    std::vector<uint32_t> Slots;
+};
+
+// An array, or a map: a map is an array of its values with keys beside them,
+// so that sharing, copying, nesting and memory work alike for both.
 struct ArrayObject {
     uint32_t RefCount;
-    uint32_t Depth;          // 1 + the deepest item array's Depth (never lowered)
-    StaticType Element;      // the type every item is converted to; Any for mixed arrays
-    std::size_t Charged;     // bytes charged to Account for Items' storage
+    uint32_t Depth;          // 1 + the deepest item array's or map's Depth (never lowered)
+    StaticType Element;      // the type every item is converted to; Any for mixed arrays and maps
+    std::size_t Charged;     // bytes charged to Account for the storage of Items (and Map)
     MemoryAccount* Account;
     std::vector<Value> Items;
+    MapKeys* Map = nullptr;  // owned; set for a map
 };
 
 struct ForeignObject {
@@ -119,8 +131,12 @@ struct Value {
     static Value MakeDouble(double x) { Value v = MakeNone(); v.kind = Kind::Double; v.d = x; return v; }
     static Value MakeString(StringObject* x) { Value v = MakeNone(); v.kind = Kind::String; v.s = x; return v; }
     static Value MakeArray(ArrayObject* x) { Value v = MakeNone(); v.kind = Kind::Array; v.a = x; return v; }
+    static Value MakeMap(ArrayObject* x) { Value v = MakeNone(); v.kind = Kind::Map; v.a = x; return v; }
 
-    bool HoldsObject() const { return kind == Kind::String || kind == Kind::Array || kind == Kind::Foreign; }
+    bool HoldsObject() const {
+        return kind == Kind::String || kind == Kind::Array || kind == Kind::Map || kind == Kind::Foreign;
+    }
+    bool HoldsItems() const { return kind == Kind::Array || kind == Kind::Map; }
     bool IsNumber() const { return kind >= Kind::Bool && kind <= Kind::Double; }
 };
 static_assert(sizeof(Value) == 16, "Value is meant to stay two words");
@@ -130,16 +146,17 @@ void FreeObject(Value& value);
 inline void Retain(const Value& value) {
     switch (value.kind) {
         case Kind::String: ++value.s->RefCount; break;
-        case Kind::Array: ++value.a->RefCount; break;
+        case Kind::Array:
+        case Kind::Map: ++value.a->RefCount; break;
         case Kind::Foreign: ++value.o->RefCount; break;
         default: break;
     }
 }
 inline void Release(Value& value) {
     if (value.HoldsObject()) {
-        uint32_t* count = value.kind == Kind::String  ? &value.s->RefCount
-                          : value.kind == Kind::Array ? &value.a->RefCount
-                                                      : &value.o->RefCount;
+        uint32_t* count = value.kind == Kind::String ? &value.s->RefCount
+                          : value.HoldsItems()       ? &value.a->RefCount
+                                                     : &value.o->RefCount;
         if (--*count == 0) FreeObject(value);
     }
     value.kind = Kind::None;
@@ -175,10 +192,32 @@ bool ArrayAdmits(ArrayObject& array, const Value& item);
 // refuses or the nesting would grow too deep.
 bool ArrayPush(ArrayObject& array, Value item);
 
+// --- Maps ------------------------------------------------------------------
+// Maps from string keys to values of any type, in the order the keys came.
+ArrayObject* NewMap(MemoryAccount& account);
+// The position of `key`, or SIZE_MAX.
+std::size_t MapFind(const ArrayObject& map, std::string_view key);
+// map[key] = item: replaces the value of a key there is, else appends the
+// pair. `item` is taken over (released on failure); false with `error` set if
+// the account refuses or the nesting would grow too deep.
+bool MapSet(ArrayObject& map, std::string_view key, Value item, NyxString& error);
+// Removes the pair at `position`, giving its value to `item`.
+void MapRemoveAt(ArrayObject& map, std::size_t position, Value& item);
+inline std::string_view MapKey(const ArrayObject& map, std::size_t position) {
+    const StringObject* key = map.Map->Keys[position];
+    return {key->Data, key->Length};
+}
+// Makes `value` (a map) its keys' only holder too; false if refused.
+bool CopyMapKeys(const ArrayObject& source, ArrayObject& copy);
+void FreeMapKeys(ArrayObject& map);
+// The bytes the keys' storage takes, for the account.
+std::size_t MapKeysCharge(const ArrayObject& map);
+
 // --- Text --------------------------------------------------------------------
 // The text of a value: an integer in decimal, a string as it is, a char as its
 // character, a bool as true or false, a double with %.15g, a float with %.7g,
-// an array as its items' texts between [ and ] separated by ",".
+// an array as its items' texts between [ and ] separated by ",", a map as
+// {key:value,...}.
 void AppendText(NyxString& output, const Value& value);
 // Arrays are written out (by AppendText and AppendDump) only while the text
 // they add stays within this many bytes, per thread; the VM sets it just past

@@ -9,6 +9,7 @@
 #include "values/VarDouble.h"
 #include "values/VarFloat.h"
 #include "values/VarInteger.h"
+#include "values/VarMap.h"
 #include "values/VarString.h"
 #include "values/Variable.h"
 
@@ -75,6 +76,31 @@ bool ConvertVariable(Variable* variable, MemoryAccount& memory, Value& out, NyxS
             if (!ArrayPush(*array, item)) {
                 Release(result);
                 error.Printf("arrays nested deeper than %u levels", kMaxArrayNesting);
+                return false;
+            }
+        }
+        out = result;
+        return true;
+    }
+    if (variable->GetTypeId() == Variable::TypeMap) {
+        if (depth >= kMaxArrayNesting) {
+            error.Printf("arrays nested deeper than %u levels", kMaxArrayNesting);
+            return false;
+        }
+        ArrayObject* map = NewMap(memory);
+        if (map == nullptr) {
+            error = "out of memory for strings and arrays (QuinceConfig MaxMemory)";
+            return false;
+        }
+        Value result = Value::MakeMap(map);
+        const unsigned count = variable->GetElementCount();
+        for (unsigned i = 0; i < count; ++i) {
+            Variable* element = variable->GetStructElement(i);
+            if (element == nullptr) continue;
+            Value item = Value::MakeNone();
+            if (!ConvertVariable(element, memory, item, error, depth + 1) ||
+                !MapSet(*map, element->GetVarName().View(), item, error)) {
+                Release(result);
                 return false;
             }
         }
@@ -153,6 +179,16 @@ Variable* VariableFromValue(const Value& value, const NyxString& name) {
             }
             break;
         }
+        case Kind::Map: {
+            result = new (std::nothrow) VarMap(name);
+            if (result == nullptr) break;
+            const ArrayObject& map = *value.a;
+            for (std::size_t i = 0; i < map.Items.size(); ++i) {
+                Variable* element = VariableFromValue(map.Items[i], NyxString(MapKey(map, i)));
+                if (element != nullptr && result->AddStructElement(element, 0) == 0) Variable::Delete(element);
+            }
+            break;
+        }
         case Kind::Foreign:
             result = value.o->Owned->Clone();
             if (result != nullptr) result->SetVarName(name);
@@ -171,6 +207,11 @@ bool StoreIntoVariable(Variable* variable, const Value& value, NyxString& error)
     if (value.kind == Kind::Array && !variable->IsArray()) {
         const NyxString name = variable->GetVarName();
         error.Printf("cannot assign an array to the variable '%S', which is no array", &name);
+        return false;
+    }
+    if ((value.kind == Kind::Map) != (type == Variable::TypeMap)) {
+        const NyxString name = variable->GetVarName();
+        error.Printf("cannot assign %s to the variable '%S'", value.kind == Kind::Map ? "a map" : KindName(value.kind), &name);
         return false;
     }
     switch (type) {

@@ -36,7 +36,7 @@ constexpr std::size_t kBulkForALook = 64 * 1024;
 
 std::size_t BulkOf(const Value& value) {
     if (value.kind == Kind::String) return value.s->Length;
-    if (value.kind == Kind::Array) return value.a->Items.size() * sizeof(Value);
+    if (value.HoldsItems()) return value.a->Items.size() * sizeof(Value);
     return 0;
 }
 
@@ -353,6 +353,33 @@ op_MakeArray: {
     NEXT();
 }
 
+op_MakeMap: {
+    ArrayObject* map = NewMap(memory);
+    if (map == nullptr) FAIL("out of memory for strings and arrays (QuinceConfig MaxMemory)");
+    Value made = Value::MakeMap(map);
+    Value* pairs = sp - 2 * in.A;
+    bool ok = true;
+    for (int32_t i = 0; i < in.A; ++i) {
+        Value key = pairs[2 * i];
+        Value item = pairs[2 * i + 1];
+        NyxString text;
+        if (!ok || !MapKeyText(key, text, message)) {
+            ok = false;
+            Release(key);
+            Release(item);
+            continue;
+        }
+        Release(key);
+        ok = MapSet(*map, text.View(), item, message);  // takes the item
+    }
+    sp = pairs;
+    if (!ok) {
+        Release(made);
+        goto failure;
+    }
+    *sp++ = made;
+    NEXT();
+}
 op_LoadLocal:
     *sp = slots[in.A];
     Retain(*sp++);
@@ -834,18 +861,22 @@ op_ForEachPair: {
     const int32_t position = state[1].i;
     std::size_t size = 0;
     switch (container.kind) {
-        case Kind::Array: size = container.a->Items.size(); break;
+        case Kind::Array:
+        case Kind::Map: size = container.a->Items.size(); break;
         case Kind::String: size = container.s->Length; break;
-        default: FAIL("'for each' needs an array or a string, not %s", KindName(container.kind));
+        default: FAIL("'for each' needs an array, a map or a string, not %s", KindName(container.kind));
     }
     if (position < 0 || static_cast<std::size_t>(position) >= size) {
         ip += in.A;
         NEXT();
     }
     state[1].i = position + 1;
-    if (in.Op == Opcode::ForEachPair) *sp++ = Value::MakeInt(position);
-    *sp++ = container.kind == Kind::Array ? Copy(container.a->Items[static_cast<std::size_t>(position)])
-                                          : Value::MakeChar(container.s->Data[position]);
+    if (in.Op == Opcode::ForEachPair) {
+        *sp++ = container.kind == Kind::Map ? Copy(Value::MakeString(container.a->Map->Keys[static_cast<std::size_t>(position)]))
+                                            : Value::MakeInt(position);
+    }
+    *sp++ = container.HoldsItems() ? Copy(container.a->Items[static_cast<std::size_t>(position)])
+                                   : Value::MakeChar(container.s->Data[position]);
     NEXT();
 }
 op_ForPrepInt: {

@@ -169,9 +169,29 @@ bool CompareValues(Opcode op, const Value& left, const Value& right, bool& resul
     return true;
 }
 
+bool MapKeyText(const Value& key, NyxString& text, NyxString& error) {
+    if (key.HoldsItems() || key.kind == Kind::None || key.kind == Kind::Foreign) {
+        error.Printf("a map's key is a string or a number, not %s", KindName(key.kind));
+        return false;
+    }
+    AppendText(text, key);
+    return true;
+}
+
 bool IndexValue(const Value& container, const Value& index, Value& out, NyxString& error) {
     std::size_t position = 0;
     switch (container.kind) {
+        case Kind::Map: {
+            NyxString key;
+            if (!MapKeyText(index, key, error)) return false;
+            position = MapFind(*container.a, key.View());
+            if (position == SIZE_MAX) {
+                error.Printf("the map has no key '%S'", &key);
+                return false;
+            }
+            out = Copy(container.a->Items[position]);
+            return true;
+        }
         case Kind::Array:
             if (!IndexPosition(index, container.a->Items.size(), position, false, error)) return false;
             out = Copy(container.a->Items[position]);
@@ -199,6 +219,12 @@ bool SetItem(Value& container, const Value& index, Value item, MemoryAccount& me
         container.s->Data[position] = ToChar(item);
         Release(item);
         return true;
+    }
+    if (container.kind == Kind::Map) {
+        NyxString key;
+        if (!MapKeyText(index, key, error)) { Release(item); return false; }
+        if (!MakeArrayUnique(container)) { Release(item); error = kOutOfMemory; return false; }
+        return MapSet(*container.a, key.View(), item, error);
     }
     if (container.kind != Kind::Array) {
         Release(item);
@@ -236,7 +262,7 @@ bool SetItemAtPath(Value& root, const Value* indices, unsigned count, Value item
     // The levels above the last one, made unique on the way down (each may be shared).
     std::vector<ArrayObject*> levels;
     levels.reserve(count);
-    const uint32_t itemDepth = item.kind == Kind::Array ? item.a->Depth : 0;
+    const uint32_t itemDepth = item.HoldsItems() ? item.a->Depth : 0;
     if (count + itemDepth > kMaxArrayNesting) {
         Release(item);
         error.Printf("arrays nested deeper than %u levels", kMaxArrayNesting);
@@ -244,20 +270,32 @@ bool SetItemAtPath(Value& root, const Value* indices, unsigned count, Value item
     }
     Value* current = &root;
     for (unsigned level = 0; level + 1 < count; ++level) {
-        if (current->kind != Kind::Array) {
+        if (!current->HoldsItems()) {
             Release(item);
             error.Printf("cannot set an item of %s", KindName(current->kind));
             return false;
         }
         std::size_t position = 0;
-        if (!IndexPosition(indices[level], current->a->Items.size(), position, false, error)) { Release(item); return false; }
+        if (current->kind == Kind::Map) {
+            NyxString key;
+            if (!MapKeyText(indices[level], key, error)) { Release(item); return false; }
+            position = MapFind(*current->a, key.View());
+            if (position == SIZE_MAX) {
+                Release(item);
+                error.Printf("the map has no key '%S'", &key);
+                return false;
+            }
+        } else if (!IndexPosition(indices[level], current->a->Items.size(), position, false, error)) {
+            Release(item);
+            return false;
+        }
         if (!MakeArrayUnique(*current)) { Release(item); error = kOutOfMemory; return false; }
         levels.push_back(current->a);
         current = &current->a->Items[position];
     }
     if (!SetItem(*current, indices[count - 1], item, memory, error)) return false;
     // Each level now holds one level more than the one below it.
-    uint32_t below = current->kind == Kind::Array ? current->a->Depth : 0;
+    uint32_t below = current->HoldsItems() ? current->a->Depth : 0;
     for (auto level = levels.rbegin(); level != levels.rend(); ++level) {
         if ((*level)->Depth < below + 1) (*level)->Depth = below + 1;
         below = (*level)->Depth;
@@ -289,6 +327,20 @@ bool SetItemOfVariable(Variable* variable, const Value& index, const Value& item
         if (element == nullptr) { error = "the array has no element there"; return false; }
         return StoreIntoVariable(element, item, error);
     }
+    if (variable->GetTypeId() == Variable::TypeMap) {
+        NyxString key;
+        if (!MapKeyText(index, key, error)) return false;
+        Variable* element = variable->GetStructElement(key);
+        if (element != nullptr) return StoreIntoVariable(element, item, error);
+        element = VariableFromValue(item, key);
+        if (element == nullptr) { error = "no value to assign"; return false; }
+        if (variable->AddStructElement(element, 0) == 0) {
+            Variable::Delete(element);
+            error = kOutOfMemory;
+            return false;
+        }
+        return true;
+    }
     if (variable->GetTypeId() == Variable::TypeString) {
         if (!IndexPosition(index, variable->GetLength(), position, false, error)) return false;
         NyxString text(variable->GetStringValue(), variable->GetLength());
@@ -315,6 +367,16 @@ bool IndexVariable(Variable* variable, const Value& index, MemoryAccount& memory
         if (!IndexPosition(index, variable->GetLength(), position, false, error)) return false;
         out = Value::MakeChar(variable->GetStringValue()[position]);
         return true;
+    }
+    if (variable->GetTypeId() == Variable::TypeMap) {
+        NyxString key;
+        if (!MapKeyText(index, key, error)) return false;
+        Variable* element = variable->GetStructElement(key);
+        if (element == nullptr) {
+            error.Printf("the map has no key '%S'", &key);
+            return false;
+        }
+        return ValueFromVariable(element, memory, out, error);
     }
     Value whole = Value::MakeNone();
     if (!ValueFromVariable(variable, memory, whole, error)) return false;

@@ -59,7 +59,11 @@ bool Negate(Value& value, NyxString& error);
 // The outcome of Equal .. GreaterEqual.
 bool CompareValues(Opcode op, const Value& left, const Value& right, bool& result, NyxString& error);
 
-// container[index] into `out` (a new value): an array's item, a string's char.
+// The key a value gives in a map: a string's bytes, a number's or a char's
+// text; false for arrays, maps and nothing.
+bool MapKeyText(const Value& key, NyxString& text, NyxString& error);
+// container[index] into `out` (a new value): an array's item, a string's
+// char, a map's value for a key.
 bool IndexValue(const Value& container, const Value& index, Value& out, NyxString& error);
 // container[index] = item. An array grows when the index is at or past its end;
 // a string does not. `item` is taken over.

@@ -9,6 +9,7 @@
 
 #include "values/VarArray.h"
 #include "values/VarInteger.h"
+#include "values/VarMap.h"
 #include "values/VarString.h"
 
 namespace {
@@ -32,6 +33,30 @@ TEST(SessionValueCodecTest, EncodesTypeNameAndText) {
     ASSERT_TRUE(SessionValueCodec::Encode(a, type, text));
     EXPECT_EQ(type, "string[]");
     EXPECT_EQ(text, "string:2:abstring:0:");
+}
+
+// A map keeps its keys (any bytes, ':' among them), their order and nested values.
+TEST(SessionValueCodecTest, MapsKeepKeysOrderAndNesting) {
+    VarMap map;
+    auto* count = new VarInteger(NyxString("n:1"));
+    count->SetIntegerValue(7);
+    map.AddStructElement(count, 0);
+    auto* inner = new VarMap(NyxString(""));
+    auto* word = new VarString(NyxString("w"));
+    word->SetStringValue(NyxString("x:y"));
+    inner->AddStructElement(word, 0);
+    map.AddStructElement(inner, 0);
+    std::string type;
+    std::string text;
+    ASSERT_TRUE(SessionValueCodec::Encode(map, type, text));
+    EXPECT_EQ(type, "map");
+    EXPECT_EQ(text, "int:3:n:11:7map:0:15:string:1:w3:x:y");
+    std::unique_ptr<Variable> back(SessionValueCodec::Decode(type, text, NyxString("m")));
+    ASSERT_NE(back, nullptr);
+    NyxString shown;
+    back->AppendText(shown);
+    EXPECT_EQ(std::string(shown.View()), "{n:1:7,:{w:x:y}}");
+    EXPECT_EQ(SessionValueCodec::Decode("map", "int:3:n:11:", NyxString("m")), nullptr);
 }
 
 TEST(SessionValueCodecTest, RefusesValuesWithoutAStoredForm) {
