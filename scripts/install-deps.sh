@@ -12,6 +12,7 @@ packages=(
   python3 perl                                        # test tools and foreign-script tests
   libfcgi-dev                                         # the FastCGI front end
   libpcre2-dev                                        # regular expressions in Quince
+  nlohmann-json3-dev                                  # JSON in Quince
   dpkg-dev                                            # the Debian package (cpack -G DEB, dpkg-shlibdeps)
   lighttpd nginx apache2                              # the servers of docs/deploy.md, started by its test
   libpq-dev postgresql                                # PostgreSQL stores, and the tests' own server

@@ -41,7 +41,8 @@ struct BuiltinTable {
     BuiltinTable() {
         const BuiltinFunction* const areas[] = {kStringFunctions, kConversionFunctions, kHtmlFunctions,
                                                 kMathFunctions,   kArrayFunctions,      kTimeFunctions,
-                                                kVariableFunctions, kRegexFunctions, kMapFunctions};
+                                                kVariableFunctions, kRegexFunctions, kMapFunctions,
+                                                kJsonFunctions};
         for (const BuiltinFunction* area : areas) {
             for (const BuiltinFunction* function = area; function->Name != nullptr; ++function) {
                 Numbers.emplace(function->Name, static_cast<unsigned>(Functions.size()));
