@@ -3,6 +3,7 @@
 //   loop_10M        10,000,000 passes of integer arithmetic
 //   append_100K     a string built from 100,000 appends
 //   append_1M       the same from 1,000,000 appends (ten times the time: linear)
+//   map_1M          1,000,000 insertions into a map, then 1,000,000 lookups
 //   expression_1M   1,000,000 compiles and evaluations of a cached "(row % 2 == 0)"
 // Usage: quince_bench [NAME...]   (no name: all). bench/quince_vs_lua.sh runs
 // the same programs in Lua beside these.
@@ -25,6 +26,19 @@ const char* const kLoop =
     "    sum = (sum + i * 3) % 1000003\n"
     "  next\n"
     "  println sum\n"
+    "endproc\n";
+
+const char* const kMap =
+    "proc main()\n"
+    "  map m\n"
+    "  for i = 1 to 1000000\n"
+    "    m[\"k\" + i] = i\n"
+    "  next\n"
+    "  int sum = 0\n"
+    "  for i = 1 to 1000000\n"
+    "    sum = (sum + m[\"k\" + i]) % 1000003\n"
+    "  next\n"
+    "  println sum, \" \", count(m)\n"
     "endproc\n";
 
 std::string AppendProgram(int count) {
@@ -98,6 +112,7 @@ int main(int argc, char** argv) {
     if (Wanted(argc, argv, "loop_10M")) ok = RunProgram("loop_10M", kLoop, "1305\n") && ok;
     if (Wanted(argc, argv, "append_100K")) ok = RunProgram("append_100K", AppendProgram(100000), "100000\n") && ok;
     if (Wanted(argc, argv, "append_1M")) ok = RunProgram("append_1M", AppendProgram(1000000), "1000000\n") && ok;
+    if (Wanted(argc, argv, "map_1M")) ok = RunProgram("map_1M", kMap, "3 1000000\n") && ok;
     if (Wanted(argc, argv, "expression_1M")) ok = RunExpressions() && ok;
     return ok ? 0 : 1;
 }

@@ -57,6 +57,21 @@ print((os.clock() - start) * 1000)
 LUA
 done
 
+# A table with string keys: 1,000,000 insertions, then as many lookups.
+cat > "$scratch/map.lua" <<'LUA'
+local start = os.clock()
+local m = {}
+for i = 1, 1000000 do
+  m["k" .. i] = i
+end
+local sum = 0
+for i = 1, 1000000 do
+  sum = (sum + m["k" .. i]) % 1000003
+end
+assert(sum == 3)
+print((os.clock() - start) * 1000)
+LUA
+
 best_of_three() {  # command... ; the command prints milliseconds
     for run in 1 2 3; do "$@"; done | awk 'NR == 1 || $1 < best { best = $1 } END { printf "%.1f", best }'
 }
@@ -69,6 +84,7 @@ row() {  # name quince_ms lua_ms
 
 printf '%-34s %10s %10s %7s\n' "program" "Quince ms" "Lua ms" "ratio"
 row "loop, 10,000,000 passes" "$(best_of_three quince loop_10M)" "$(best_of_three lua5.4 "$scratch/loop.lua")"
+row "map, 1,000,000 inserts and lookups" "$(best_of_three quince map_1M)" "$(best_of_three lua5.4 "$scratch/map.lua")"
 q100k=$(best_of_three quince append_100K)
 q1m=$(best_of_three quince append_1M)
 row "append 100,000 (s = s + \"x\")" "$q100k" "$(best_of_three lua5.4 "$scratch/append_100000.lua")"
