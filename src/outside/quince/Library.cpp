@@ -42,7 +42,7 @@ struct BuiltinTable {
         const BuiltinFunction* const areas[] = {kStringFunctions, kConversionFunctions, kHtmlFunctions,
                                                 kMathFunctions,   kArrayFunctions,      kTimeFunctions,
                                                 kVariableFunctions, kRegexFunctions, kMapFunctions,
-                                                kJsonFunctions};
+                                                kJsonFunctions, kDateFunctions};
         for (const BuiltinFunction* area : areas) {
             for (const BuiltinFunction* function = area; function->Name != nullptr; ++function) {
                 Numbers.emplace(function->Name, static_cast<unsigned>(Functions.size()));

@@ -1,6 +1,6 @@
 // Library: the built-in functions of Quince, one file per area
 // (LibStrings, LibConversions, LibHtml, LibMath, LibArrays, LibTime,
-// LibVariables, LibRegex, LibMaps, LibJson). Built-in names are reserved: no procedure may take one.
+// LibVariables, LibRegex, LibMaps, LibJson, LibDates). Built-in names are reserved: no procedure may take one.
 #pragma once
 
 #include <cstdint>
@@ -63,6 +63,7 @@ extern const BuiltinFunction kVariableFunctions[];
 extern const BuiltinFunction kRegexFunctions[];
 extern const BuiltinFunction kMapFunctions[];
 extern const BuiltinFunction kJsonFunctions[];
+extern const BuiltinFunction kDateFunctions[];
 
 // Shared helpers of the library files.
 // The text of a value as a view: a string's own bytes, else `scratch` filled.
