@@ -10,6 +10,7 @@
 #include "values/HtmlTagParam.h"
 #include "values/VarBoolean.h"
 #include "values/VarInteger.h"
+#include "values/VarMap.h"
 #include "values/VarString.h"
 
 namespace HtmlFunctions {
@@ -143,6 +144,22 @@ Variable* ParamValue(QuinceContext*, Variable** arguments, unsigned, NyxString& 
     return param != nullptr ? MakeString(param->GetValue()) : nullptr;
 }
 
+// html_params(page, i): the parameters as a map from their names, as
+// written, to their values, in their order (a name written twice keeps its
+// first place and its last value).
+Variable* Params(QuinceContext*, Variable** arguments, unsigned, NyxString& error) {
+    const HtmlObject* object = ObjectArgument(arguments, "html_params", error);
+    if (object == nullptr) return nullptr;
+    auto* params = new VarMap;
+    for (unsigned i = 1; i <= object->GetCount(); ++i) {
+        const HtmlTagParam* param = object->GetEntry(static_cast<int>(i));
+        auto* value = new VarString(param->GetName());
+        value->SetStringValue(param->GetValue());
+        if (params->AddStructElement(value, 0) == 0) Variable::Delete(value);
+    }
+    return params;
+}
+
 struct FunctionEntry {
     const char* Name;
     QuinceNativeFunction Function;
@@ -154,6 +171,7 @@ constexpr FunctionEntry kFunctions[] = {
     {"html_isend", IsEnd, 2},          {"html_text", Text, 2},           {"html_line", Line, 2},
     {"html_output", Output, 2},        {"html_paramcount", ParamCount, 2}, {"html_param", Param, 3},
     {"html_hasparam", HasParam, 3},    {"html_paramname", ParamName, 3}, {"html_paramvalue", ParamValue, 3},
+    {"html_params", Params, 2},
 };
 
 }  // namespace

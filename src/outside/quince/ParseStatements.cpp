@@ -603,7 +603,7 @@ void Parser::ParseNameStatement() {
     }
     Advance();
     if (Check(TokenKind::Name) && Peek.Kind == TokenKind::Assign) {
-        Fail("'" + name + "' is not a type; a declaration begins with var, int, double, float, char, bool or string");
+        Fail("'" + name + "' is not a type; a declaration begins with var, int, double, float, char, bool, string or map");
         return;
     }
     const bool hasParentheses = Check(TokenKind::LeftParen);
