@@ -1,5 +1,6 @@
 // DevelopmentServer: accept loop, one thread per connection (bounded), and
-// the routing of a request to a page, a static file or an error.
+// the routing of a request to a page (run as `vexl cgi` in a process of its
+// own), a static file or an error.
 #include "app/DevelopmentServer.h"
 
 #include <arpa/inet.h>
@@ -26,6 +27,10 @@
 #include "app/PageRequest.h"
 #include "app/PageResponse.h"
 #include "app/RequestDecoder.h"
+#include "outside/foundation/IniFile.h"
+#include "outside/foundation/Paths.h"
+#include "outside/foundation/Process.h"
+#include "outside/quince/Limits.h"
 
 namespace {
 
@@ -39,29 +44,15 @@ constexpr int kLingerMilliseconds = 2000;
 constexpr std::size_t kMaxLingerBytes = 8 * 1024 * 1024;
 
 std::atomic<int> OpenConnections{0};
-// Pages run one at a time: a page changes the working folder and the
-// standard output of the whole process while it runs.
-std::mutex PageMutex;
 std::mutex LogMutex;
-
-// A body already read into memory, handed to the request handling.
-class StringBodyReader : public BodyReader {
-public:
-    explicit StringBodyReader(const std::string& bytes) : Bytes(bytes) {}
-    long Read(char* buffer, std::size_t size) override
-    {
-        std::size_t count = Bytes.size() - Position;
-        if (count > size)
-            count = size;
-        Bytes.copy(buffer, count, Position);
-        Position += count;
-        return static_cast<long>(count);
-    }
-
-private:
-    const std::string& Bytes;
-    std::size_t Position = 0;
-};
+// A page's process gets this much time beyond the page's own MaxRunSeconds,
+// which it enforces itself, before it is killed from here.
+constexpr unsigned kChildGraceSeconds = 10;
+// A page whose configuration sets no time limit still ends here.
+constexpr unsigned kChildLongestSeconds = 600;
+// The variables of the server's own environment a page's process inherits.
+constexpr const char* kInheritedVariables[] = {"PATH", "HOME", "TMPDIR", "TZ", "LANG", "LC_ALL", "LD_LIBRARY_PATH",
+                                               "ASAN_OPTIONS", "UBSAN_OPTIONS"};
 
 int MillisecondsLeft(Clock::time_point deadline)
 {
@@ -159,6 +150,105 @@ bool HasHeader(const PageResponse& response, const char* name)
     return false;
 }
 
+// The seconds a page may run by its configuration (0: no limit).
+unsigned PageSeconds(const HandlerSettings& settings)
+{
+    if (settings.IniPath.empty())
+        return quince::kMaxRunSeconds;
+    NyxString value;
+    if (!IniFile::Load(NyxString(settings.IniPath.c_str()))->GetEntryValue("QuinceConfig", "MaxRunSeconds", value, NyxString()))
+        return quince::kMaxRunSeconds;
+    return static_cast<unsigned>(IniFile::ParseCount(value, quince::kMaxRunSeconds));
+}
+
+// Splits the CGI answer of a page's process ("Status:" and header lines, an
+// empty line, the body) into a response.
+bool ParseCgiAnswer(const std::string& answer, PageResponse& response)
+{
+    std::size_t end = answer.find("\r\n\r\n");
+    std::size_t bodyStart = end + 4;
+    if (end == std::string::npos) {
+        end = answer.find("\n\n");
+        if (end == std::string::npos)
+            return false;
+        bodyStart = end + 2;
+    }
+    std::size_t position = 0;
+    while (position < end) {
+        std::size_t lineEnd = answer.find('\n', position);
+        if (lineEnd == std::string::npos || lineEnd > end)
+            lineEnd = end;
+        std::string line = answer.substr(position, lineEnd - position);
+        position = lineEnd + 1;
+        if (!line.empty() && line.back() == '\r')
+            line.pop_back();
+        const std::size_t colon = line.find(':');
+        if (colon == std::string::npos)
+            return false;
+        std::string name = line.substr(0, colon);
+        std::size_t valueStart = colon + 1;
+        while (valueStart < line.size() && line[valueStart] == ' ')
+            ++valueStart;
+        std::string value = line.substr(valueStart);
+        std::string lower;
+        for (char c : name)
+            lower += static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+        if (lower == "status") {
+            response.Status = std::atoi(value.c_str());
+            response.StatusText = value;
+            response.StatusFromPage = true;
+        } else if (lower != "content-length") {
+            response.Headers.emplace_back(std::move(name), std::move(value));
+        }
+    }
+    response.Body = answer.substr(bodyStart);
+    return response.Status >= 100 && response.Status <= 999;
+}
+
+// Runs the page as `vexl cgi` in a process of its own: pages run side by
+// side, a page that runs away or crashes takes nothing else with it, and the
+// working folder and standard output of this process stay untouched.
+PageResponse RunPageProcess(const RequestEnvironment& request, const std::string& body, const HandlerSettings& settings)
+{
+    const std::string program = GetExecutablePath().ToStd();
+    if (program.empty())
+        return MakeErrorResponse(500, "The server cannot find its own program to run the page.");
+    std::vector<std::string> arguments = {"cgi", "--root", settings.Root, "--max-body", std::to_string(settings.MaxBodyBytes),
+                                          "--expiry", std::to_string(settings.SessionExpirySeconds)};
+    if (!settings.IniPath.empty()) {
+        arguments.push_back("--ini");
+        arguments.push_back(settings.IniPath);
+    }
+    if (!settings.TranslationPath.empty()) {
+        arguments.push_back("--translations");
+        arguments.push_back(settings.TranslationPath);
+    }
+    std::vector<std::string> environment;
+    for (const auto& [name, value] : request)
+        environment.push_back(name + "=" + value);
+    for (const char* name : kInheritedVariables) {
+        const char* value = std::getenv(name);
+        if (value != nullptr)
+            environment.push_back(std::string(name) + "=" + value);
+    }
+    const unsigned pageSeconds = PageSeconds(settings);
+    const unsigned seconds = pageSeconds == 0 ? kChildLongestSeconds : pageSeconds + kChildGraceSeconds;
+    // The page's own MaxOutputBytes bounds its answer; this is the backstop.
+    constexpr std::size_t kMostAnswerBytes = std::size_t{1} << 30;
+    const PipedRun run = RunPiped(program, arguments, environment, body, seconds * 1000, kMostAnswerBytes);
+    if (!run.Started)
+        return MakeErrorResponse(500, "The page's process could not be started.");
+    if (run.TimedOut)
+        return MakeErrorResponse(500, "The page did not finish within " + std::to_string(seconds) + " seconds and was stopped.");
+    if (run.OutputCut)
+        return MakeErrorResponse(500, "The page wrote more than the server takes.");
+    PageResponse response;
+    if (!ParseCgiAnswer(run.Output, response))
+        return MakeErrorResponse(500, "The page's process ended without an answer (exit status " +
+                                          std::to_string(run.ExitStatus) + ").");
+    return response;
+}
+
 std::string EnvironmentName(const std::string& fieldName)
 {
     std::string name = "HTTP_";
@@ -199,11 +289,8 @@ PageResponse RenderPage(const ServerConfig& config, const std::string& root, con
     }
     HandlerOptions options = config.Options;
     options.Root = root;
-    HandlerSettings settings = ResolveHandlerSettings(options, environment);
-    settings.KeepParsedPages = true;
-    StringBodyReader body(exchange.Body);
-    std::lock_guard<std::mutex> lock(PageMutex);
-    PageResponse response = RenderPageRequest(environment, body, settings);
+    const HandlerSettings settings = ResolveHandlerSettings(options, environment);
+    PageResponse response = RunPageProcess(environment, exchange.Body, settings);
     if (response.Status == 200 && !response.StatusFromPage && HasHeader(response, "Location"))
         response.Status = 302;
     return response;

@@ -1,9 +1,11 @@
 """vexl serve under requests that went wrong before: a runaway page ends at the
-request's time limit, says so in the log, and the server answers the next request; a head past
+request's time limit, says so in the log, and the server answers the next request and,
+meanwhile, the requests beside it; a page whose process crashes answers 500 alone; a head past
 16 KiB is refused even when it arrives in one piece; a "%0a" in a path cannot
 forge a line of the log.
 
 Usage: serve_test.py VEXL"""
+import concurrent.futures
 import os
 import socket
 import subprocess
@@ -44,6 +46,13 @@ def main():
             page.write('<LOOP condition="1"></LOOP>')
         with open(os.path.join(root, "index.vxl"), "w") as page:
             page.write("<p>start</p>")
+        # A foreign interpreter that kills the page's process, as a crash would.
+        with open(os.path.join(root, "vexl.ini"), "a") as ini:
+            ini.write("[ScriptInterpreters]\nkiller = sh " + os.path.join(root, "kill-parent.sh") + "\n")
+        with open(os.path.join(root, "kill-parent.sh"), "w") as script:
+            script.write("kill -9 $PPID\n")
+        with open(os.path.join(root, "crash.vxl"), "w") as page:
+            page.write('<SCRIPT language="killer">x</SCRIPT>')
         port = free_port()
         log = open(os.path.join(root, "serve.log"), "w+")
         server = subprocess.Popen([vexl, "serve", "--root", root, "--port", str(port)], stderr=log)
@@ -61,6 +70,22 @@ def main():
                 failures.append(f"the endless page answered after {seconds:.1f} s: {answer[:300]!r}")
             if b"start</p>" not in ask(port, b"GET / HTTP/1.0\r\n\r\n"):
                 failures.append("no answer after the endless page")
+            # Pages run side by side: while the endless page runs its second,
+            # other pages are answered at once.
+            with concurrent.futures.ThreadPoolExecutor(4) as pool:
+                endless = pool.submit(ask, port, b"GET /endless.vxl HTTP/1.0\r\n\r\n")
+                time.sleep(0.2)
+                started = time.monotonic()
+                quick = [pool.submit(ask, port, b"GET / HTTP/1.0\r\n\r\n") for _ in range(3)]
+                answers = [future.result() for future in quick]
+                seconds = time.monotonic() - started
+                endless.result()
+            if not all(b"start</p>" in answer for answer in answers) or seconds > 0.6:
+                failures.append(f"pages beside a running one took {seconds:.2f} s: {answers[0][:200]!r}")
+            # A page that crashes its process takes only itself down.
+            crash = ask(port, b"GET /crash.vxl HTTP/1.0\r\n\r\n")
+            if status_of(crash) != 500 or b"start</p>" not in ask(port, b"GET / HTTP/1.0\r\n\r\n"):
+                failures.append(f"a crashing page: {crash[:200]!r}, or no answer after it")
             big = b"GET / HTTP/1.0\r\nX-Filler: " + b"a" * (20 * 1024) + b"\r\n\r\n"
             if status_of(ask(port, big)) != 431:
                 failures.append("a head of 20 KiB in one piece was not refused with 431")
@@ -79,7 +104,7 @@ def main():
     for failure in failures:
         print("FAIL " + failure)
     if not failures:
-        print("ok   vexl serve: runaway page ended at its limit, next request answered, big head refused, log escaped")
+        print("ok   vexl serve: runaway page ended at its limit, pages beside it answered at once, a crashing page took only itself, big head refused, log escaped")
     return 1 if failures else 0
 
 

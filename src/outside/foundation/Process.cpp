@@ -195,3 +195,109 @@ WaitOutcome WaitForProcess(int pid, unsigned timeoutMilliseconds) {
         if (pause < kLastPollNanoseconds) pause = pause * 2 > kLastPollNanoseconds ? kLastPollNanoseconds : pause * 2;
     }
 }
+
+PipedRun RunPiped(const std::string& program, const std::vector<std::string>& arguments,
+                  const std::vector<std::string>& environment, std::string_view input,
+                  unsigned timeoutMilliseconds, std::size_t maxOutput) {
+    PipedRun run;
+    int toChild[2] = {-1, -1};
+    int fromChild[2] = {-1, -1};
+    if (pipe2(toChild, O_CLOEXEC) != 0) return run;
+    if (pipe2(fromChild, O_CLOEXEC) != 0) {
+        close(toChild[0]);
+        close(toChild[1]);
+        return run;
+    }
+    std::vector<char*> argv;
+    argv.push_back(const_cast<char*>(program.c_str()));
+    for (const std::string& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
+    argv.push_back(nullptr);
+    std::vector<char*> envp;
+    for (const std::string& entry : environment) envp.push_back(const_cast<char*>(entry.c_str()));
+    envp.push_back(nullptr);
+
+    posix_spawn_file_actions_t actions;
+    posix_spawnattr_t attributes;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_adddup2(&actions, toChild[0], 0);
+    posix_spawn_file_actions_adddup2(&actions, fromChild[1], 1);
+    posix_spawnattr_init(&attributes);
+    posix_spawnattr_setpgroup(&attributes, 0);
+    sigset_t defaults;
+    sigemptyset(&defaults);
+    sigaddset(&defaults, SIGPIPE);
+    posix_spawnattr_setsigdefault(&attributes, &defaults);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGDEF);
+    pid_t pid = 0;
+    const int spawned = posix_spawn(&pid, program.c_str(), &actions, &attributes, argv.data(), envp.data());
+    posix_spawn_file_actions_destroy(&actions);
+    posix_spawnattr_destroy(&attributes);
+    close(toChild[0]);
+    close(fromChild[1]);
+    if (spawned != 0) {
+        close(toChild[1]);
+        close(fromChild[0]);
+        return run;
+    }
+    run.Started = true;
+
+    // Feed and drain at once: a child that writes before it has read all its
+    // input must not stall either side.
+    const long long deadline = timeoutMilliseconds != 0 ? NowMilliseconds() + timeoutMilliseconds : 0;
+    fcntl(toChild[1], F_SETFL, O_NONBLOCK);
+    std::size_t written = 0;
+    int writeEnd = toChild[1];
+    if (input.empty()) {
+        close(writeEnd);
+        writeEnd = -1;
+    }
+    char buffer[16384];
+    bool reading = true;
+    while (reading) {
+        pollfd fds[2] = {{fromChild[0], POLLIN, 0}, {writeEnd, POLLOUT, 0}};
+        long long wait = -1;
+        if (deadline != 0) {
+            wait = deadline - NowMilliseconds();
+            if (wait <= 0) {
+                run.TimedOut = true;
+                break;
+            }
+        }
+        const int ready = poll(fds, writeEnd >= 0 ? 2 : 1, static_cast<int>(wait < 0 ? -1 : wait));
+        if (ready < 0 && errno != EINTR) break;
+        if (ready <= 0) continue;
+        if (writeEnd >= 0 && (fds[1].revents & (POLLOUT | POLLERR | POLLHUP)) != 0) {
+            const ssize_t count = write(writeEnd, input.data() + written, input.size() - written);
+            if (count > 0) written += static_cast<std::size_t>(count);
+            if ((count < 0 && errno != EAGAIN && errno != EINTR) || written == input.size()) {
+                close(writeEnd);
+                writeEnd = -1;
+            }
+        }
+        if ((fds[0].revents & (POLLIN | POLLHUP | POLLERR)) != 0) {
+            const ssize_t count = read(fromChild[0], buffer, sizeof buffer);
+            if (count > 0) {
+                run.Output.append(buffer, static_cast<std::size_t>(count));
+                if (run.Output.size() > maxOutput) {
+                    run.OutputCut = true;
+                    break;
+                }
+            } else if (count == 0 || (errno != EINTR && errno != EAGAIN)) {
+                reading = false;
+            }
+        }
+    }
+    if (writeEnd >= 0) close(writeEnd);
+    close(fromChild[0]);
+    if (run.TimedOut || run.OutputCut) {
+        KillAndReap(pid);
+        return run;
+    }
+    int status = 0;
+    pid_t result;
+    do {
+        result = waitpid(pid, &status, 0);
+    } while (result < 0 && errno == EINTR);
+    if (result == pid && WIFEXITED(status)) run.ExitStatus = WEXITSTATUS(status);
+    return run;
+}

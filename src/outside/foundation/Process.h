@@ -2,6 +2,10 @@
 // for it with a time limit.
 #pragma once
 
+#include <string>
+#include <string_view>
+#include <vector>
+
 #include "values/NyxString.h"
 
 class XmlProxyClient;
@@ -26,3 +30,21 @@ enum class WaitOutcome { Exited, TimedOut, Failed };
 // child reaped, and the outcome is TimedOut. Failed means pid was not a child that could be waited
 // for.
 WaitOutcome WaitForProcess(int pid, unsigned timeoutMilliseconds);
+
+// What RunPiped gives back.
+struct PipedRun {
+    bool Started = false;
+    bool TimedOut = false;     // the child was killed at the time limit
+    bool OutputCut = false;    // the child was killed for writing more than the bound
+    int ExitStatus = -1;       // its exit status when it exited
+    std::string Output;        // its standard output
+};
+
+// Runs `program` (a path) with `arguments` and exactly `environment`
+// ("NAME=value" each) in a process group of its own; `input` goes to its
+// standard input, its standard output is collected (at most `maxOutput`
+// bytes), its standard error is inherited. Past `timeoutMilliseconds` (0: no
+// limit) the group is killed. Safe in a process with several threads.
+PipedRun RunPiped(const std::string& program, const std::vector<std::string>& arguments,
+                  const std::vector<std::string>& environment, std::string_view input,
+                  unsigned timeoutMilliseconds, std::size_t maxOutput);
