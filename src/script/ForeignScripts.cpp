@@ -78,8 +78,16 @@ NyxString VexlScript::ExecuteScriptFile(NyxString& interpreter, const NyxString&
     NyxString command;
     command.Printf("%S %S", &interpreter, &script);
     bool started = false;
-    const int pid = ExecRedirect(command, started, nullptr, NyxString(), output, NyxString(), 0, false, true, nullptr,
-                                 false, nullptr);
+    // Whatever the interpreter leaves running (a setsid child too) ends with
+    // it, and its output file cannot grow past the request's bound.
+    AdoptOrphans();
+    int pid = 0;
+    {
+        const unsigned long long bound = Page->Walks->MaxOutput;
+        const ScopedFileSizeLimit fileLimit(bound != 0 ? bound + 1 : 0);
+        pid = ExecRedirect(command, started, nullptr, NyxString(), output, NyxString(), 0, false, true, nullptr, false,
+                           nullptr);
+    }
     // The interpreter's own limit, or what is left of the request's time if
     // that ends first.
     unsigned limit = TimeLimitSeconds * 1000;
@@ -87,6 +95,7 @@ NyxString VexlScript::ExecuteScriptFile(NyxString& interpreter, const NyxString&
     StoppedByRequestClock = left != 0 && (limit == 0 || left < limit);
     if (StoppedByRequestClock) limit = left;
     if (pid != 0) TimedOut = WaitForProcess(pid, limit) == WaitOutcome::TimedOut;
+    EndStrayChildren();
     return output;
 }
 

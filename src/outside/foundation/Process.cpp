@@ -3,6 +3,8 @@
 #include "outside/foundation/Process.h"
 
 #include <cerrno>
+#include <cstdio>
+#include <cstdlib>
 #include <csignal>
 #include <cstring>
 #include <ctime>
@@ -11,6 +13,9 @@
 #include <spawn.h>
 #include <string>
 #include <string_view>
+#include <dirent.h>
+#include <sys/prctl.h>
+#include <sys/resource.h>
 #include <sys/syscall.h>
 #include <sys/types.h>
 #include <sys/wait.h>
@@ -300,4 +305,71 @@ PipedRun RunPiped(const std::string& program, const std::vector<std::string>& ar
     } while (result < 0 && errno == EINTR);
     if (result == pid && WIFEXITED(status)) run.ExitStatus = WEXITSTATUS(status);
     return run;
+}
+
+ScopedFileSizeLimit::ScopedFileSizeLimit(unsigned long long bytes) {
+    rlimit limit{};
+    if (bytes == 0 || getrlimit(RLIMIT_FSIZE, &limit) != 0) return;
+    if (limit.rlim_cur != RLIM_INFINITY && limit.rlim_cur <= bytes) return;
+    Saved = limit.rlim_cur;
+    limit.rlim_cur = bytes;
+    Changed = setrlimit(RLIMIT_FSIZE, &limit) == 0;
+}
+
+ScopedFileSizeLimit::~ScopedFileSizeLimit() {
+    rlimit limit{};
+    if (!Changed || getrlimit(RLIMIT_FSIZE, &limit) != 0) return;
+    limit.rlim_cur = Saved;
+    setrlimit(RLIMIT_FSIZE, &limit);
+}
+
+void AdoptOrphans() {
+    static const bool adopted = prctl(PR_SET_CHILD_SUBREAPER, 1, 0, 0, 0) == 0;
+    (void)adopted;
+}
+
+namespace {
+
+// The processes whose parent is this one, from /proc.
+std::vector<pid_t> Children() {
+    std::vector<pid_t> children;
+    DIR* folder = opendir("/proc");
+    if (folder == nullptr) return children;
+    const pid_t self = getpid();
+    while (const dirent* entry = readdir(folder)) {
+        if (entry->d_name[0] < '1' || entry->d_name[0] > '9') continue;
+        char path[300];
+        std::snprintf(path, sizeof path, "/proc/%s/stat", entry->d_name);
+        const int file = ::open(path, O_RDONLY | O_CLOEXEC);
+        if (file < 0) continue;
+        char text[512];
+        const ssize_t size = read(file, text, sizeof text - 1);
+        close(file);
+        if (size <= 0) continue;
+        text[size] = '\0';
+        // "pid (name) state ppid ...": the name may hold blanks and parentheses.
+        const char* close = std::strrchr(text, ')');
+        int parent = 0;
+        if (close != nullptr && std::sscanf(close + 1, " %*c %d", &parent) == 1 && parent == self) {
+            children.push_back(static_cast<pid_t>(std::atoi(entry->d_name)));
+        }
+    }
+    closedir(folder);
+    return children;
+}
+
+}  // namespace
+
+unsigned EndStrayChildren() {
+    unsigned ended = 0;
+    // A child may start another before it dies: a few rounds, then give up.
+    for (int round = 0; round < 8; ++round) {
+        const std::vector<pid_t> children = Children();
+        if (children.empty()) break;
+        for (const pid_t child : children) {
+            kill(child, SIGKILL);
+            if (Reap(child)) ++ended;
+        }
+    }
+    return ended;
 }

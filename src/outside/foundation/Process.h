@@ -48,3 +48,28 @@ struct PipedRun {
 PipedRun RunPiped(const std::string& program, const std::vector<std::string>& arguments,
                   const std::vector<std::string>& environment, std::string_view input,
                   unsigned timeoutMilliseconds, std::size_t maxOutput);
+
+// While it lives, no file that this process, or a child it starts meanwhile,
+// writes may grow past `bytes` (0: no change): the soft RLIMIT_FSIZE, put back
+// at the end. A child that tries gets SIGXFSZ.
+class ScopedFileSizeLimit {
+public:
+    explicit ScopedFileSizeLimit(unsigned long long bytes);
+    ~ScopedFileSizeLimit();
+    ScopedFileSizeLimit(const ScopedFileSizeLimit&) = delete;
+    ScopedFileSizeLimit& operator=(const ScopedFileSizeLimit&) = delete;
+
+private:
+    bool Changed = false;
+    unsigned long long Saved = 0;
+};
+
+// Descendants that lose their parent become children of this process (the
+// kernel's child subreaper), so that a child that left its process group
+// (setsid) can still be ended by EndStrayChildren. Once per process.
+void AdoptOrphans();
+
+// Kills and reaps every child this process has, adopted ones included; for
+// the page front ends, whose only children are a page's interpreters.
+// Returns how many were ended.
+unsigned EndStrayChildren();
