@@ -52,6 +52,7 @@ VexlPage::VexlPage(const VexlPage& parent)
 
 VexlPage::~VexlPage() {
     ReleaseList(HtmlList);
+    HtmlList = nullptr;
     if (!IsChildPage) delete Context;
     TranslationSource::Release(TranslationSourceInUse);
     if (IsChildPage) {
@@ -73,10 +74,32 @@ void VexlPage::SetFile(const NyxString& path) {
             const NyxString shownPath = Shown(fullPath);
             PrintOutput("<P>Unable to open file '%S'.</P>\n", &shownPath);
         }
+        ChargeList();
     });
 }
 
+// The parsed objects of the page's file count against the request's
+// MaxMemory while the page holds them, as a script's strings do: a page that
+// includes big files over and over ends with a message instead of growing.
+void VexlPage::ChargeList() {
+    quince::Engine& engine = Context->GetEngine();
+    const std::size_t bytes = HtmlList->GetUsedBytes();
+    const uint64_t limit = engine.GetLimits().MaxMemory;
+    if (engine.Memory.Take(bytes)) {
+        ChargedListBytes = bytes;
+        return;
+    }
+    if (Walks->Ended) return;
+    Walks->End("MaxMemory");
+    PrintOutput("<P>The page was cut short: its files and scripts need more than %llu bytes (QuinceConfig MaxMemory).</P>\n",
+                static_cast<unsigned long long>(limit));
+}
+
 void VexlPage::ReleaseList(HtmlObjectList* list) {
+    if (list != nullptr && list == HtmlList && ChargedListBytes != 0) {
+        Context->GetEngine().Memory.Give(ChargedListBytes);
+        ChargedListBytes = 0;
+    }
     if (Cache != nullptr) {
         Cache->Give(list);
     } else {

@@ -91,6 +91,7 @@ public:
     uint64_t CacheRequest = 0;
     // Hands a list from SetFile back: to the cache it came from, or deleted.
     void ReleaseList(HtmlObjectList* list);
+    void ChargeList();  // HtmlList's bytes against MaxMemory
     unsigned SessionId = 0;
     QuinceContext* Context = nullptr;          // owned unless IsChildPage
     TagDefList TagDefs;
@@ -148,4 +149,5 @@ private:
     NyxString WriteProblem;
     WalkBudget OwnWalks;
     FileConfinement OwnConfinement;
+    std::size_t ChargedListBytes = 0;  // of HtmlList, taken from the engine's MemoryAccount
 };

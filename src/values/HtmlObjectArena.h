@@ -53,6 +53,9 @@ public:
 
     // The bytes of the blocks it holds.
     std::size_t GetReservedBytes() const;
+    // The same without the unused end of the newest block, which the system
+    // has not given memory for yet.
+    std::size_t GetUsedBytes() const { return GetReservedBytes() - static_cast<std::size_t>(Limit - Cursor); }
 
     static constexpr std::size_t kAlignment = alignof(std::max_align_t);
     static constexpr std::size_t kBlockSize = 256 * 1024;  // about two thousand objects each; whole pages

@@ -73,7 +73,11 @@ bool HtmlObjectList::RestoreOriginals() {
 }
 
 std::size_t HtmlObjectList::GetMemoryBytes() const {
-    return sizeof *this + Arena.GetReservedBytes() + TextBytes + Segments.capacity() * sizeof(HtmlObject**) +
+    return GetUsedBytes() + (Arena.GetReservedBytes() - Arena.GetUsedBytes());
+}
+
+std::size_t HtmlObjectList::GetUsedBytes() const {
+    return sizeof *this + Arena.GetUsedBytes() + TextBytes + Segments.capacity() * sizeof(HtmlObject**) +
            PrintMarks.capacity() * sizeof(uint32_t) + PrintedTexts.capacity() + KeptRuns.GetMemoryBytes() +
            (BlockIndex != nullptr ? sizeof(HtmlBlockIndex) + 4 * Count * sizeof(int) : 0);
 }

@@ -49,6 +49,8 @@ public:
     // About the bytes the list holds: its arena, the text it was parsed from
     // (its objects hold copies of it) and what the walks kept.
     std::size_t GetMemoryBytes() const;
+    // The same, counting only the part of the arena's newest block in use.
+    std::size_t GetUsedBytes() const;
     unsigned GetCount() const { return Count; }
     NyxString GetFilePath() const { return FilePath; }
 
