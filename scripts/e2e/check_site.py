@@ -301,6 +301,22 @@ def check_payloads_http(base, label):
           f"come back byte for byte and write no markup")
 
 
+def check_runaway_page(base, label):
+    """A page that never ends answers at the request's time limit with the
+    message, and the front end (a CGI child, a FastCGI worker) answers the
+    next request as usual."""
+    client = Client(base)
+    started = time.monotonic()
+    status, _, body = client.get("endless.vxl")
+    seconds = time.monotonic() - started
+    expect(status == 200 and "ran longer than 2 seconds" in body,
+           f"{label}: the endless page answered {status}: {body[:500]}")
+    expect(seconds < 2 * 1.1 + 0.5, f"{label}: the endless page took {seconds:.2f} s for a limit of 2 s")
+    status, _, body = client.get("")
+    expect(status == 200 and element_text(body, "loop-list") is not None, f"{label}: no answer after the endless page")
+    print(f"ok   {label}: the endless page ended after {seconds:.2f} s (limit 2 s) and the next request was answered")
+
+
 SESSION_INCREMENTS = 100
 SESSION_PARALLEL = 8
 
@@ -570,6 +586,7 @@ def main():
             check_http(base, label)
             check_protected_folder(base, label)
             check_payloads_http(base, label)
+            check_runaway_page(base, label)
             check_session_concurrency(base, label)
         except CheckFailed as failure:
             failures += 1

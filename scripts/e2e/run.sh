@@ -42,6 +42,10 @@ vexl_prepare_site "$repo" "$work"
 # The page that writes a visitor's value in every place a page can, for the
 # injection checks (the site runs with SafeOutput = 1).
 cp "$repo/scripts/e2e/payloads.vxl" "$work/site/payloads.vxl"
+# A page that never ends, for the request's clock: the site's pages all end
+# well within the 2 seconds it gets here.
+printf '<p>before</p><LOOP condition="1"></LOOP>\n' > "$work/site/endless.vxl"
+printf 'MaxRunSeconds = 2\n' >> "$work/site/vexl.ini"
 cgi_port=$(vexl_free_port)
 fcgi_port=$(vexl_free_port)
 while [ "$fcgi_port" = "$cgi_port" ]; do fcgi_port=$(vexl_free_port); done
