@@ -12,15 +12,6 @@ bool IsTokenCharacter(char c)
            c == '+' || c == '^' || c == '`' || c == '|' || c == '~';
 }
 
-std::string_view TrimBlanks(std::string_view text)
-{
-    while (!text.empty() && (text.front() == ' ' || text.front() == '\t'))
-        text.remove_prefix(1);
-    while (!text.empty() && (text.back() == ' ' || text.back() == '\t'))
-        text.remove_suffix(1);
-    return text;
-}
-
 std::string ToLower(std::string_view text)
 {
     std::string lower(text);

@@ -13,6 +13,9 @@ constexpr std::size_t kMaxFormFields = 1000;
 // A part's header block in a multipart body; real browsers send a few hundred bytes.
 constexpr std::size_t kMaxPartHeaderBytes = 8192;
 
+// `text` without the blanks and tabs at either end (HTTP's optional white space).
+std::string_view TrimBlanks(std::string_view text);
+
 struct FormField {
     std::string Name;
     std::string Value;        // the bytes of the field; of a file part, its contents

@@ -13,8 +13,6 @@
 
 namespace {
 
-constexpr auto kPageList = static_cast<QuinceContext::enum_VarListType>(2);
-
 // The letter and the text of a value; false for a type with no letter
 // (arrays), which gives no pair.
 bool DescribeValue(Variable* variable, char& letter, NyxString& text) {
@@ -56,7 +54,7 @@ void VexlAnchor::AppendPairs(HtmlObject* tag, NyxString& text, bool encoded) {
     if (names == nullptr) return;
     for (unsigned i = 1; i <= names->GetCount(); ++i) {
         const NyxString name(static_cast<const char*>(names->GetEntry(i)));
-        Variable* variable = Page->Context->GetVariable(name, kPageList);
+        Variable* variable = Page->Context->GetVariable(name, QuinceContext::VarListPage);
         if (variable == nullptr) continue;
         char letter = 0;
         NyxString value;

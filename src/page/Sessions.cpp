@@ -30,14 +30,14 @@ unsigned VexlPage::ChooseSession(unsigned id, unsigned expiry) {
     Context->ExpireOldSessions(expiry);
     NyxString text;
     text.Printf("%lu", static_cast<unsigned long>(SessionId));
-    CreateOneVariable(SESSIONID_NAME, text, static_cast<QuinceContext::enum_VarListType>(2));
+    CreateOneVariable(SESSIONID_NAME, text, QuinceContext::VarListPage);
     return SessionId;
 }
 
 void VexlPage::ClaimSession(unsigned id, const NyxString& secret, unsigned expiry) {
     Contained([&] {
         SessionClaimed = true;
-        CreateOneVariable(SESSIONID_NAME, NyxString("0"), static_cast<QuinceContext::enum_VarListType>(2));
+        CreateOneVariable(SESSIONID_NAME, NyxString("0"), QuinceContext::VarListPage);
         Context->ClaimSession(id, secret, expiry, [this](unsigned settled) {
             SessionId = settled;
             // Read as a 32-bit integer, as the number in the header would be.

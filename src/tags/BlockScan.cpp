@@ -5,10 +5,7 @@
 #include "values/HtmlObjectList.h"
 
 int FindIfPartner(const HtmlObjectList& list, int index, IfStop stop) {
-    const auto kind = stop == IfStop::ElseIfElseEnd ? HtmlBlockIndex::IfStop::ElseIfElseEnd
-                      : stop == IfStop::ElseEnd     ? HtmlBlockIndex::IfStop::ElseEnd
-                                                    : HtmlBlockIndex::IfStop::End;
-    return list.GetBlockIndex().FindIfPartner(index, kind);
+    return list.GetBlockIndex().FindIfPartner(index, stop);
 }
 
 int FindLoopPartner(const HtmlObjectList& list, int index) { return list.GetBlockIndex().FindLoopPartner(index); }

@@ -2,13 +2,13 @@
 // of an IF at its own level, and the end tag of a LOOP.
 #pragma once
 
+#include "values/HtmlBlockIndex.h"
+
 class HtmlObjectList;
 
-enum class IfStop {
-    ElseIfElseEnd,  // the next ELSEIF, ELSE or ENDIF at the level
-    ElseEnd,        // the next ELSE or ENDIF at the level
-    End,            // the next ENDIF at the level
-};
+// ElseIfElseEnd: the next ELSEIF, ELSE or ENDIF at the level; ElseEnd: the
+// next ELSE or ENDIF; End: the next ENDIF.
+using IfStop = HtmlBlockIndex::IfStop;
 
 // The index where the search from `index` stops; when the list runs out, the
 // index of its last object.

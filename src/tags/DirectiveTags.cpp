@@ -6,10 +6,6 @@
 #include "tags/VexlParse.h"
 #include "values/Variable.h"
 
-namespace {
-constexpr auto kPageList = static_cast<QuinceContext::enum_VarListType>(2);
-}
-
 void VexlParse::HandleSetVar(HtmlObject* tag) {
     const int nameIndex = tag->FindEntry("name");
     if (nameIndex == 0) {
@@ -17,7 +13,7 @@ void VexlParse::HandleSetVar(HtmlObject* tag) {
         return;
     }
     HtmlTagParam* name = EvaluateTagParam(tag->GetEntry(nameIndex));
-    const int existing = Page->Context->FindVariable(name->GetValue(), kPageList);
+    const int existing = Page->Context->FindVariable(name->GetValue(), QuinceContext::VarListPage);
     if (tag->FindEntry("value") == 0) {
         Page->ErrorOutput(tag->GetLineNum(), "<P>SETVAR tag does not have 'value' parameter.</P>\n");
         delete name;
@@ -46,10 +42,10 @@ void VexlParse::HandleSetVar(HtmlObject* tag) {
         Variable* created = value->Clone();
         if (created != nullptr) {
             created->SetVarName(name->GetValue());
-            Page->Context->AddVariable(created, kPageList);
+            Page->Context->AddVariable(created, QuinceContext::VarListPage);
         }
     } else {
-        Variable* target = Page->Context->GetVariable(name->GetValue(), kPageList);
+        Variable* target = Page->Context->GetVariable(name->GetValue(), QuinceContext::VarListPage);
         if (target != nullptr) target->Assign(value);
     }
     Variable::Delete(value);

@@ -8,10 +8,6 @@
 #include "tags/VexlParse.h"
 #include "values/Variable.h"
 
-namespace {
-constexpr auto kPageList = static_cast<QuinceContext::enum_VarListType>(2);
-}
-
 void VexlParse::HandleFrame(HtmlObject* tag) {
     HtmlObject* evaluated = CanEvaluateTag(tag) ? EvaluateTag(tag) : nullptr;
     HtmlObject* work = evaluated != nullptr ? evaluated : tag;
@@ -93,7 +89,7 @@ void VexlParse::HandleForm(HtmlObject* tag) {
     for (NyxString token = tokens.GetNextToken(1, 1); token.IsNotEmpty(); token = tokens.GetNextToken(1, 1)) {
         if (hasPageParameter && token.IsEqualTo("htmlfile", false)) continue;
         if (token.IsEqualTo("_htmlfile", false)) continue;
-        Variable* variable = Page->Context->GetVariable(token, kPageList);
+        Variable* variable = Page->Context->GetVariable(token, QuinceContext::VarListPage);
         if (variable == nullptr) continue;
         if (Page->SafeOutput) {
             WriteExactHiddenField(variable);

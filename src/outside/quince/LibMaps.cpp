@@ -11,38 +11,38 @@ bool RequireMap(CallContext& call, const Value& value, const char* function) {
     return call.Fail("%s needs a map, not %s", function, KindName(value.kind));
 }
 
-// keys(m): the keys, as a string[].
-bool Keys(CallContext& call, Value* args, unsigned, Value& result) {
-    if (!RequireMap(call, args[0], "keys")) return false;
-    const ArrayObject& map = *args[0].a;
-    ArrayObject* keys = NewArray(call.Memory, StaticType::String);
-    if (keys == nullptr || !ArrayReserve(*keys, map.Items.size())) {
-        if (keys != nullptr) {
-            Value dropped = Value::MakeArray(keys);
+// A new array of `count` items made by `item(i)`, as the result.
+template <class MakeItem>
+bool MakeArrayResult(CallContext& call, StaticType element, std::size_t count, MakeItem item, Value& result) {
+    ArrayObject* array = NewArray(call.Memory, element);
+    if (array == nullptr || !ArrayReserve(*array, count)) {
+        if (array != nullptr) {
+            Value dropped = Value::MakeArray(array);
             Release(dropped);
         }
         return call.OutOfMemory();
     }
-    result = Value::MakeArray(keys);
-    for (StringObject* key : map.Map->Keys) keys->Items.push_back(Copy(Value::MakeString(key)));
+    result = Value::MakeArray(array);
+    for (std::size_t i = 0; i < count; ++i) array->Items.push_back(item(i));
     return true;
+}
+
+// keys(m): the keys, as a string[].
+bool Keys(CallContext& call, Value* args, unsigned, Value& result) {
+    if (!RequireMap(call, args[0], "keys")) return false;
+    const ArrayObject& map = *args[0].a;
+    return MakeArrayResult(call, StaticType::String, map.Items.size(),
+                           [&](std::size_t i) { return Copy(Value::MakeString(map.Map->Keys[i])); }, result);
 }
 
 // values(m): the values, as a var[].
 bool Values(CallContext& call, Value* args, unsigned, Value& result) {
     if (!RequireMap(call, args[0], "values")) return false;
     const ArrayObject& map = *args[0].a;
-    ArrayObject* values = NewArray(call.Memory, StaticType::Any);
-    if (values == nullptr || !ArrayReserve(*values, map.Items.size())) {
-        if (values != nullptr) {
-            Value dropped = Value::MakeArray(values);
-            Release(dropped);
-        }
-        return call.OutOfMemory();
+    if (!MakeArrayResult(call, StaticType::Any, map.Items.size(), [&](std::size_t i) { return Copy(map.Items[i]); }, result)) {
+        return false;
     }
-    result = Value::MakeArray(values);
-    values->Depth = map.Depth;
-    for (const Value& item : map.Items) values->Items.push_back(Copy(item));
+    result.a->Depth = map.Depth;
     return true;
 }
 

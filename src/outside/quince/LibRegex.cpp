@@ -30,6 +30,17 @@ std::size_t NextStart(std::string_view text, const Regex::Span& match) {
     return next;
 }
 
+// A new string[] as the result, or null with the failure recorded.
+ArrayObject* StartStringArray(CallContext& call, Value& result) {
+    ArrayObject* array = NewArray(call.Memory, StaticType::String);
+    if (array == nullptr) {
+        call.OutOfMemory();
+        return nullptr;
+    }
+    result = Value::MakeArray(array);
+    return array;
+}
+
 bool AddString(CallContext& call, ArrayObject& array, std::string_view text) {
     Value item = Value::MakeNone();
     return call.MakeString(text, item) && (ArrayPush(array, item) || call.OutOfMemory());
@@ -59,9 +70,8 @@ bool RegexFind(CallContext& call, Value* args, unsigned, Value& result) {
     if (regex == nullptr) return false;
     NyxString scratch;
     const std::string_view text = TextOf(args[0], scratch);
-    ArrayObject* array = NewArray(call.Memory, StaticType::String);
-    if (array == nullptr) return call.OutOfMemory();
-    result = Value::MakeArray(array);
+    ArrayObject* array = StartStringArray(call, result);
+    if (array == nullptr) return false;
     std::vector<Regex::Span> groups;
     std::string error;
     if (!regex->Find(text, 0, groups, error)) return error.empty() || call.Fail("regexfind: %s", error.c_str());
@@ -84,9 +94,8 @@ bool RegexFindAll(CallContext& call, Value* args, unsigned count, Value& result)
     }
     NyxString scratch;
     const std::string_view text = TextOf(args[0], scratch);
-    ArrayObject* array = NewArray(call.Memory, StaticType::String);
-    if (array == nullptr) return call.OutOfMemory();
-    result = Value::MakeArray(array);
+    ArrayObject* array = StartStringArray(call, result);
+    if (array == nullptr) return false;
     std::vector<Regex::Span> groups;
     std::string error;
     for (std::size_t from = 0; from <= text.size() && regex->Find(text, from, groups, error);) {
@@ -156,9 +165,8 @@ bool RegexSplit(CallContext& call, Value* args, unsigned, Value& result) {
     if (regex == nullptr) return false;
     NyxString scratch;
     const std::string_view text = TextOf(args[0], scratch);
-    ArrayObject* array = NewArray(call.Memory, StaticType::String);
-    if (array == nullptr) return call.OutOfMemory();
-    result = Value::MakeArray(array);
+    ArrayObject* array = StartStringArray(call, result);
+    if (array == nullptr) return false;
     std::vector<Regex::Span> groups;
     std::string error;
     std::size_t pieceStart = 0;
