@@ -7,6 +7,7 @@
 #include <atomic>
 #include <cerrno>
 #include <chrono>
+#include <condition_variable>
 #include <cctype>
 #include <csignal>
 #include <cstdio>
@@ -14,11 +15,13 @@
 #include <cstring>
 #include <mutex>
 #include <netinet/in.h>
+#include <poll.h>
 #include <string>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
+#include <vector>
 
 #include "app/ContentTypes.h"
 #include "app/DescriptorStreams.h"
@@ -45,6 +48,101 @@ constexpr std::size_t kMaxLingerBytes = 8 * 1024 * 1024;
 
 std::atomic<int> OpenConnections{0};
 std::mutex LogMutex;
+
+// Turns for running a page's process: at most kMaxPageProcesses at once.
+class PageTurns {
+public:
+    bool Take(int waitMilliseconds)
+    {
+        std::unique_lock<std::mutex> lock(Mutex);
+        if (!Freed.wait_for(lock, std::chrono::milliseconds(waitMilliseconds), [this] { return Running < kMaxPageProcesses; }))
+            return false;
+        ++Running;
+        return true;
+    }
+    void Give()
+    {
+        {
+            std::lock_guard<std::mutex> lock(Mutex);
+            --Running;
+        }
+        Freed.notify_one();
+    }
+
+private:
+    std::mutex Mutex;
+    std::condition_variable Freed;
+    int Running = 0;
+};
+PageTurns Turns;
+
+// Closes refused connections gently on a thread of its own, so that the
+// accept loop never waits: the 503 is sent, writing stops, and what the
+// client still sends is read and dropped for a while, so that the close does
+// not turn into a reset that loses the 503.
+class GentleCloser {
+public:
+    static constexpr std::size_t kMostWaiting = 4096;
+
+    void Add(int socket)
+    {
+        shutdown(socket, SHUT_WR);
+        std::lock_guard<std::mutex> lock(Mutex);
+        if (Waiting.size() >= kMostWaiting) {
+            close(socket);
+            return;
+        }
+        Waiting.push_back({socket, Clock::now() + std::chrono::milliseconds(kLingerMilliseconds)});
+        if (!Started) {
+            Started = true;
+            std::thread([this] { Run(); }).detach();
+        }
+        Added.notify_one();
+    }
+
+private:
+    struct Entry {
+        int Socket;
+        Clock::time_point Deadline;
+    };
+
+    void Run()
+    {
+        std::vector<pollfd> fds;
+        char chunk[kReadChunkBytes];
+        while (true) {
+            std::vector<Entry> entries;
+            {
+                std::unique_lock<std::mutex> lock(Mutex);
+                Added.wait(lock, [this] { return !Waiting.empty(); });
+                entries.swap(Waiting);
+            }
+            fds.clear();
+            for (const Entry& entry : entries)
+                fds.push_back({entry.Socket, POLLIN, 0});
+            poll(fds.data(), fds.size(), 50);
+            const Clock::time_point now = Clock::now();
+            std::vector<Entry> kept;
+            for (std::size_t i = 0; i < entries.size(); ++i) {
+                bool done = now >= entries[i].Deadline;
+                if (!done && (fds[i].revents & (POLLIN | POLLHUP | POLLERR)) != 0)
+                    done = recv(entries[i].Socket, chunk, sizeof chunk, MSG_DONTWAIT) <= 0;
+                if (done)
+                    close(entries[i].Socket);
+                else
+                    kept.push_back(entries[i]);
+            }
+            std::lock_guard<std::mutex> lock(Mutex);
+            Waiting.insert(Waiting.end(), kept.begin(), kept.end());
+        }
+    }
+
+    std::mutex Mutex;
+    std::condition_variable Added;
+    std::vector<Entry> Waiting;
+    bool Started = false;
+};
+GentleCloser RefusedConnections;
 // A page's process gets this much time beyond the page's own MaxRunSeconds,
 // which it enforces itself, before it is killed from here.
 constexpr unsigned kChildGraceSeconds = 10;
@@ -235,7 +333,10 @@ PageResponse RunPageProcess(const RequestEnvironment& request, const std::string
     const unsigned seconds = pageSeconds == 0 ? kChildLongestSeconds : pageSeconds + kChildGraceSeconds;
     // The page's own MaxOutputBytes bounds its answer; this is the backstop.
     constexpr std::size_t kMostAnswerBytes = std::size_t{1} << 30;
+    if (!Turns.Take(kPageTurnWaitMilliseconds))
+        return MakeErrorResponse(503, "The server is busy with other pages; try again.");
     const PipedRun run = RunPiped(program, arguments, environment, body, seconds * 1000, kMostAnswerBytes);
+    Turns.Give();
     if (!run.Started)
         return MakeErrorResponse(500, "The page's process could not be started.");
     if (run.TimedOut)
@@ -531,9 +632,10 @@ int RunDevelopmentServer(const ServerConfig& config)
             continue;
         }
         if (OpenConnections.load() >= kMaxConnections) {
+            // A short answer fits the socket's buffer: this does not block.
             PageResponse busy = MakeErrorResponse(503, "Too many connections; try again.");
             SendResponse(connection, busy, true, false);
-            close(connection);
+            RefusedConnections.Add(connection);
             continue;
         }
         ++OpenConnections;

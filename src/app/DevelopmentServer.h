@@ -8,8 +8,14 @@
 
 #include "app/HandlerSettings.h"
 
-// Simultaneous connections; one more is answered with 503 and closed.
-constexpr int kMaxConnections = 32;
+// Simultaneous connections; one more is answered with 503 and closed. A
+// connection costs a thread that mostly waits, so that slow clients holding
+// some of them leave the rest to others.
+constexpr int kMaxConnections = 512;
+// Pages running at once (each a process); a request waits this long for a
+// turn before it is answered with 503.
+constexpr int kMaxPageProcesses = 16;
+constexpr int kPageTurnWaitMilliseconds = 30000;
 // Time for a whole request head to arrive once its first byte has.
 constexpr int kHeadTimeoutMilliseconds = 10000;
 // Time a kept-alive connection may stay idle before the next request.

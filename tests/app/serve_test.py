@@ -1,6 +1,7 @@
 """vexl serve under requests that went wrong before: a runaway page ends at the
 request's time limit, says so in the log, and the server answers the next request and,
-meanwhile, the requests beside it; a page whose process crashes answers 500 alone; a head past
+meanwhile, the requests beside it; a page whose process crashes answers 500 alone; past the
+connection limit a request gets a readable 503, not a reset; a head past
 16 KiB is refused even when it arrives in one piece; a "%0a" in a path cannot
 forge a line of the log.
 
@@ -86,6 +87,21 @@ def main():
             crash = ask(port, b"GET /crash.vxl HTTP/1.0\r\n\r\n")
             if status_of(crash) != 500 or b"start</p>" not in ask(port, b"GET / HTTP/1.0\r\n\r\n"):
                 failures.append(f"a crashing page: {crash[:200]!r}, or no answer after it")
+            # Past the connection limit (512) a request gets a 503 it can read, not a reset.
+            idle = []
+            try:
+                for _ in range(520):
+                    idle.append(socket.create_connection(("127.0.0.1", port), timeout=5))
+                time.sleep(0.3)
+                refused = [status_of(ask(port, b"GET / HTTP/1.0\r\n\r\n")) for _ in range(5)]
+            finally:
+                for connection in idle:
+                    connection.close()
+            if refused != [503] * 5:
+                failures.append(f"past the connection limit the answers were {refused}, not five 503s")
+            time.sleep(0.5)
+            if b"start</p>" not in ask(port, b"GET / HTTP/1.0\r\n\r\n"):
+                failures.append("no answer once the idle connections went")
             big = b"GET / HTTP/1.0\r\nX-Filler: " + b"a" * (20 * 1024) + b"\r\n\r\n"
             if status_of(ask(port, big)) != 431:
                 failures.append("a head of 20 KiB in one piece was not refused with 431")
