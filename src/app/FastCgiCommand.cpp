@@ -12,6 +12,7 @@
 #include "app/HandlerSettings.h"
 #include "app/PageRequest.h"
 #include "app/RequestDecoder.h"
+#include "outside/foundation/Process.h"
 
 #ifdef VEXL_HAVE_FCGI
 #include <fcgiapp.h>
@@ -156,6 +157,10 @@ int RunFastCgiCommand(int argc, char** argv)
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGTERM, StopAfterThisRequest);
     std::signal(SIGINT, StopAfterThisRequest);
+    // A worker that its web server started ends with it (after the request
+    // in hand), instead of waiting on a socket nobody will connect to again.
+    if (socketAddress.empty() && !SignalWhenParentEnds(SIGTERM))
+        return 0;
 
     FCGX_Request request;
     if (FCGX_InitRequest(&request, listenSocket, 0) != 0) {

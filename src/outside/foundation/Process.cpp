@@ -373,3 +373,10 @@ unsigned EndStrayChildren() {
     }
     return ended;
 }
+
+bool SignalWhenParentEnds(int signal) {
+    const pid_t parent = getppid();
+    if (prctl(PR_SET_PDEATHSIG, signal, 0, 0, 0) != 0) return true;
+    // The parent may have ended before the request: then nobody will send it.
+    return getppid() == parent;
+}

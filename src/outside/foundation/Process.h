@@ -73,3 +73,7 @@ void AdoptOrphans();
 // the page front ends, whose only children are a page's interpreters.
 // Returns how many were ended.
 unsigned EndStrayChildren();
+
+// Asks for `signal` when the process that started this one ends; true if the
+// parent is still there afterwards (false: it is gone already).
+bool SignalWhenParentEnds(int signal);
