@@ -18,7 +18,7 @@ namespace quince {
     X(Session, "session") X(Ref, "ref") X(True, "true") X(False, "false")      \
     X(TypeVar, "var") X(TypeInt, "int") X(TypeDouble, "double")                \
     X(TypeFloat, "float") X(TypeChar, "char") X(TypeBool, "bool")              \
-    X(TypeString, "string") X(TypeMap, "map") X(Try, "try") X(Catch, "catch") X(EndTry, "endtry")
+    X(TypeString, "string")
 
 enum class TokenKind : uint8_t {
     End,

@@ -12,8 +12,7 @@ constexpr std::size_t kNoTarget = static_cast<std::size_t>(-1);
 bool IsBlockEnd(TokenKind kind) {
     switch (kind) {
         case TokenKind::End: case TokenKind::EndProc: case TokenKind::ElseIf: case TokenKind::Else:
-        case TokenKind::EndIf: case TokenKind::EndWhile: case TokenKind::Next: case TokenKind::Catch:
-        case TokenKind::EndTry:
+        case TokenKind::EndIf: case TokenKind::EndWhile: case TokenKind::Next:
             return true;
         default: return false;
     }
@@ -105,7 +104,6 @@ void Parser::ParseProcedure() {
         const char* opener = Check(TokenKind::EndIf) || Check(TokenKind::ElseIf) || Check(TokenKind::Else) ? "if"
                              : Check(TokenKind::EndWhile)                                                 ? "while"
                              : Check(TokenKind::Next)                                                     ? "for"
-                             : Check(TokenKind::Catch) || Check(TokenKind::EndTry)                         ? "try"
                                                                                                           : nullptr;
         if (opener != nullptr) {
             Fail(Found() + " without an open '" + opener + "'");
@@ -137,8 +135,11 @@ bool Parser::ParseParameter(Parameter& parameter) {
 bool Parser::IsTypeStart() const {
     switch (Current.Kind) {
         case TokenKind::TypeVar: case TokenKind::TypeInt: case TokenKind::TypeDouble: case TokenKind::TypeFloat:
-        case TokenKind::TypeChar: case TokenKind::TypeBool: case TokenKind::TypeString: case TokenKind::TypeMap:
+        case TokenKind::TypeChar: case TokenKind::TypeBool: case TokenKind::TypeString:
             return true;
+        // "map" is a type only where a name follows it: elsewhere it stays an
+        // ordinary name, as in the scripts written before maps came.
+        case TokenKind::Name: return Current.Text == "map" && Peek.Kind == TokenKind::Name;
         default: return false;
     }
 }
@@ -154,7 +155,12 @@ bool Parser::ParseType(DeclaredType& type) {
         case TokenKind::TypeChar: base = StaticType::Char; break;
         case TokenKind::TypeBool: base = StaticType::Bool; break;
         case TokenKind::TypeString: base = StaticType::String; break;
-        case TokenKind::TypeMap: base = StaticType::Map; break;
+        case TokenKind::Name:
+            if (Current.Text == "map") {
+                base = StaticType::Map;
+                break;
+            }
+            [[fallthrough]];
         default:
             Fail("expected a type, found " + Found());
             return false;
@@ -174,7 +180,7 @@ void Parser::ParseBlock() {
     if (!EnterNesting()) return;
     BeginScope();
     SkipSeparators();
-    while (!Failed && !IsBlockEnd(Current.Kind)) ParseStatement();
+    while (!Failed && !IsBlockEnd(Current.Kind) && !AtTryClause()) ParseStatement();
     EndScope();
     LeaveNesting();
 }
@@ -187,14 +193,23 @@ void Parser::ParseStatement() {
         case TokenKind::Session: ParseContextDeclaration(); break;
         case TokenKind::If: ParseIf(); break;
         case TokenKind::While: ParseWhile(); break;
-        case TokenKind::Try: ParseTry(); break;
         case TokenKind::For: ParseFor(); break;
         case TokenKind::Break:
         case TokenKind::Continue: ParseBreakOrContinue(); break;
         case TokenKind::Return: ParseReturn(); break;
         case TokenKind::Print:
         case TokenKind::PrintLine: ParsePrint(); break;
-        case TokenKind::Name: ParseNameStatement(); break;
+        case TokenKind::Name:
+            // "try" and "map" are words of the language only where they
+            // begin a try block or a declaration; otherwise names.
+            if (Current.Text == "try" && (Peek.Kind == TokenKind::Separator || Peek.Kind == TokenKind::End)) {
+                ParseTry();
+            } else if (IsTypeStart()) {
+                ParseDeclaration();
+            } else {
+                ParseNameStatement();
+            }
+            break;
         case TokenKind::Proc: Fail("procedures cannot be nested: 'proc' inside a procedure"); return;
         default:
             if (IsTypeStart()) {
@@ -491,6 +506,15 @@ void Parser::ParseForEach(unsigned line) {
     EndScope();
 }
 
+// Whether the statement at hand is the "catch" or "endtry" of an open try
+// block, which ends the block before it. Both are names elsewhere.
+bool Parser::AtTryClause() const {
+    return Function->OpenTries > 0 && Current.Kind == TokenKind::Name &&
+           (Current.Text == "catch" || Current.Text == "endtry");
+}
+
+bool Parser::CheckWord(std::string_view word) const { return Current.Kind == TokenKind::Name && Current.Text == word; }
+
 // try := "try" block "catch" NAME block "endtry"
 // A runtime failure in the first block goes on in the second, with its
 // message in NAME, a string local to that block. The machine keeps a handler
@@ -500,10 +524,11 @@ void Parser::ParseTry() {
     Advance();
     const std::size_t begin = Emit(Opcode::TryBegin);
     ++Function->TryDepth;
+    ++Function->OpenTries;
     ParseBlock();
     --Function->TryDepth;
     if (Failed) return;
-    if (!Check(TokenKind::Catch)) {
+    if (!CheckWord("catch")) {
         Fail("expected 'catch' in 'try' of line " + std::to_string(line) + ", found " + Found());
         return;
     }
@@ -529,11 +554,12 @@ void Parser::ParseTry() {
     ParseBlock();
     EndScope();
     if (Failed) return;
-    if (!Check(TokenKind::EndTry)) {
+    if (!CheckWord("endtry")) {
         Fail("expected 'endtry' to close 'try' of line " + std::to_string(line) + ", found " + Found());
         return;
     }
     Advance();
+    --Function->OpenTries;
     PatchJump(skip);
 }
 

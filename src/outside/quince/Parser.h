@@ -79,7 +79,8 @@ private:
         Procedure* Proc = nullptr;
         std::vector<LocalVariable> Locals;
         unsigned ScopeDepth = 0;
-        unsigned TryDepth = 0;  // try blocks open at this point of the procedure
+        unsigned TryDepth = 0;   // try blocks whose body the code at this point is in
+        unsigned OpenTries = 0;  // try blocks not closed yet, their catch blocks included
         unsigned NextSlot = 0;
         int StackDepth = 0;
         std::size_t LastJumpTarget = 0;  // the latest code position a jump lands on
@@ -147,6 +148,8 @@ private:
     void ParseIf();
     void ParseWhile();
     void ParseTry();
+    bool AtTryClause() const;
+    bool CheckWord(std::string_view word) const;
     void ParseForEach(unsigned line);
     void ParseFor();
     void ParseBreakOrContinue();
