@@ -94,6 +94,7 @@ namespace quince {
     X(Call, "args -- result", "A: call site; B: argument count, bit 8: the result is used")                  \
     X(CallBuiltin, "args -- result", "A: built-in function number; B: argument count")                       \
     X(CallBuiltinUpdate, "args v -- result v'", "as CallBuiltin; v, taken last, is the first argument, changed") \
+    X(RaisePending, "--", "fails with the failure of the CallBuiltinUpdate before, once its variable has its value back") \
     X(TryBegin, "--", "A: offset to the catch block; B: slot that receives the message")                   \
     X(TryEnd, "--", "the try block ended without a failure")                                                 \
     X(Return, "--", "")                                                                                      \

@@ -408,7 +408,11 @@ ExprInfo Parser::ParseBuiltinCall(unsigned number, const BuiltinFunction& functi
     if (function.Form == BuiltinForm::ChangesFirst) {
         Emit(Opcode::CallBuiltinUpdate, static_cast<int32_t>(number), static_cast<uint16_t>(count));
         Function->Proc->Lines.back() = line;
+        // Stored back before a failure of the function is raised, so that a
+        // catch block finds the variable as the function left it.
         EmitStore(target);
+        Emit(Opcode::RaisePending);
+        Function->Proc->Lines.back() = line;
     } else if (function.Form == BuiltinForm::Plain) {
         Emit(Opcode::CallBuiltin, static_cast<int32_t>(number), static_cast<uint16_t>(count));
         Function->Proc->Lines.back() = line;

@@ -988,10 +988,9 @@ op_CallBuiltinUpdate: {
         for (unsigned i = 1; i < in.B; ++i) Release(arguments[i]);
         sp = arguments;
         if (!ok) {
-            Release(changed);
-            Release(value);
+            // Raised by the RaisePending behind the store of the variable.
             message = Call.Error;
-            goto failure;
+            FailurePending = true;
         }
         *sp++ = value;
         *sp++ = changed;
@@ -1008,6 +1007,9 @@ op_CallBuiltinUpdate: {
     *sp++ = value;
     NEXT();
 }
+op_RaisePending:
+    if (FailurePending) goto failure;
+    NEXT();
 op_TryBegin:
     Handlers.push_back(Handler{Frames.size() - 1, ip + in.A, sp, in.B});
     NEXT();
@@ -1061,6 +1063,7 @@ op_PrintLine:
     NEXT();
 
 failure:
+    FailurePending = false;
     frame->Ip = ip;
     if (!Handlers.empty() && Handlers.back().FrameIndex >= baseFrame && IsCatchable(message)) {
         // On in the catch block: what the try block's statements and calls

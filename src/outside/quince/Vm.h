@@ -64,6 +64,7 @@ private:
     Value* Top = nullptr;         // first free slot between runs
     std::vector<Frame> Frames;
     std::vector<Handler> Handlers;  // innermost last; each belongs to a frame in Frames
+    bool FailurePending = false;    // a CallBuiltinUpdate failed; RaisePending raises it
 
     // Budget of the outermost run.
     uint64_t StepsTaken = 0;
