@@ -3,8 +3,9 @@
 
 #include <cstring>
 #include <limits>
-#include <sqlite3.h>
 #include <sys/stat.h>
+
+#include "outside/foundation/LibSqlite.h"
 
 #include "outside/foundation/NativePath.h"
 
@@ -21,10 +22,10 @@ bool HoldsNoStatement(sqlite3* database, const char* tail, const char* end) {
     while (tail < end) {
         sqlite3_stmt* next = nullptr;
         const char* after = nullptr;
-        int code = sqlite3_prepare_v2(database, tail, static_cast<int>(end - tail), &next, &after);
+        int code = SqliteLibrary().sqlite3_prepare_v2(database, tail, static_cast<int>(end - tail), &next, &after);
         if (code != SQLITE_OK) return false;
         if (next != nullptr) {
-            sqlite3_finalize(next);
+            SqliteLibrary().sqlite3_finalize(next);
             return false;
         }
         if (after == nullptr || after <= tail) return true;  // nothing more was consumed
@@ -40,11 +41,11 @@ SqliteResult::SqliteResult(sqlite3_stmt* statement, bool hasRow, bool borrowed)
 
 SqliteResult::~SqliteResult() {
     if (!Borrowed) {
-        sqlite3_finalize(Statement);
+        SqliteLibrary().sqlite3_finalize(Statement);
         return;
     }
-    sqlite3_reset(Statement);
-    sqlite3_clear_bindings(Statement);
+    SqliteLibrary().sqlite3_reset(Statement);
+    SqliteLibrary().sqlite3_clear_bindings(Statement);
 }
 
 int SqliteResult::NextRow() {
@@ -55,7 +56,7 @@ int SqliteResult::NextRow() {
     }
     OnRow = false;
     if (Finished) return 0;
-    if (sqlite3_step(Statement) == SQLITE_ROW) {
+    if (SqliteLibrary().sqlite3_step(Statement) == SQLITE_ROW) {
         OnRow = true;
         return 1;
     }
@@ -64,34 +65,34 @@ int SqliteResult::NextRow() {
 }
 
 NyxString SqliteResult::GetColumnText(unsigned column) {
-    if (!OnRow || column >= static_cast<unsigned>(sqlite3_column_count(Statement))) return NyxString();
+    if (!OnRow || column >= static_cast<unsigned>(SqliteLibrary().sqlite3_column_count(Statement))) return NyxString();
     int number = static_cast<int>(column);
-    const unsigned char* text = sqlite3_column_text(Statement, number);
+    const unsigned char* text = SqliteLibrary().sqlite3_column_text(Statement, number);
     if (text == nullptr) return NyxString();  // NULL, or out of memory
-    int size = sqlite3_column_bytes(Statement, number);
+    int size = SqliteLibrary().sqlite3_column_bytes(Statement, number);
     return NyxString(reinterpret_cast<const char*>(text), static_cast<unsigned>(size));
 }
 
 SqliteStatement::SqliteStatement(sqlite3_stmt* statement) : Statement(statement) {}
 
-SqliteStatement::~SqliteStatement() { sqlite3_finalize(Statement); }
+SqliteStatement::~SqliteStatement() { SqliteLibrary().sqlite3_finalize(Statement); }
 
 GenSqlResult* SqliteStatement::Run(const NyxString* const* parameters, unsigned count) {
-    if (static_cast<int>(count) != sqlite3_bind_parameter_count(Statement)) return nullptr;
+    if (static_cast<int>(count) != SqliteLibrary().sqlite3_bind_parameter_count(Statement)) return nullptr;
     for (unsigned i = 0; i < count; ++i) {
         const NyxString& value = *parameters[i];
         // SQLITE_TRANSIENT: the text is copied, so the caller's string may go.
-        if (sqlite3_bind_text(Statement, static_cast<int>(i) + 1, value.GetString(), static_cast<int>(value.GetSize()),
+        if (SqliteLibrary().sqlite3_bind_text(Statement, static_cast<int>(i) + 1, value.GetString(), static_cast<int>(value.GetSize()),
                               SQLITE_TRANSIENT) != SQLITE_OK) {
-            sqlite3_clear_bindings(Statement);
+            SqliteLibrary().sqlite3_clear_bindings(Statement);
             return nullptr;
         }
     }
-    const int code = sqlite3_step(Statement);
+    const int code = SqliteLibrary().sqlite3_step(Statement);
     if (code == SQLITE_ROW) return new SqliteResult(Statement, true, true);
     if (code == SQLITE_DONE) return new SqliteResult(Statement, false, true);
-    sqlite3_reset(Statement);
-    sqlite3_clear_bindings(Statement);
+    SqliteLibrary().sqlite3_reset(Statement);
+    SqliteLibrary().sqlite3_clear_bindings(Statement);
     return nullptr;
 }
 
@@ -101,30 +102,30 @@ SqliteConnection::~SqliteConnection() { Close(); }
 
 void SqliteConnection::Close() {
     // close_v2 lets results that are still alive finish with their statements.
-    if (Database != nullptr) sqlite3_close_v2(Database);
+    if (Database != nullptr) SqliteLibrary().sqlite3_close_v2(Database);
     Database = nullptr;
 }
 
 int SqliteConnection::Connect(const NyxString& path) {
     Close();
-    if (!IsNativePath(path)) return 0;
+    if (!IsNativePath(path) || LibSqlite::Load() == nullptr) return 0;
     sqlite3* database = nullptr;
-    int code = sqlite3_open_v2(path.GetString(), &database,
+    int code = SqliteLibrary().sqlite3_open_v2(path.GetString(), &database,
                                SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_FULLMUTEX, nullptr);
     if (code != SQLITE_OK) {
-        sqlite3_close_v2(database);  // accepts null
+        SqliteLibrary().sqlite3_close_v2(database);  // accepts null
         return 0;
     }
-    sqlite3_busy_timeout(database, kBusyTimeoutMilliseconds);
+    SqliteLibrary().sqlite3_busy_timeout(database, kBusyTimeoutMilliseconds);
 #ifdef SQLITE_DBCONFIG_DQS_DML
     // A name in double quotes is always a name: an unknown one is an error,
     // not the text of a string literal.
-    sqlite3_db_config(database, SQLITE_DBCONFIG_DQS_DML, 0, nullptr);
-    sqlite3_db_config(database, SQLITE_DBCONFIG_DQS_DDL, 0, nullptr);
+    SqliteLibrary().sqlite3_db_config(database, SQLITE_DBCONFIG_DQS_DML, 0, nullptr);
+    SqliteLibrary().sqlite3_db_config(database, SQLITE_DBCONFIG_DQS_DDL, 0, nullptr);
 #endif
     // Reading the schema proves that the file is a database.
-    if (sqlite3_exec(database, "SELECT count(*) FROM sqlite_master", nullptr, nullptr, nullptr) != SQLITE_OK) {
-        sqlite3_close_v2(database);
+    if (SqliteLibrary().sqlite3_exec(database, "SELECT count(*) FROM sqlite_master", nullptr, nullptr, nullptr) != SQLITE_OK) {
+        SqliteLibrary().sqlite3_close_v2(database);
         return 0;
     }
     Database = database;
@@ -140,10 +141,10 @@ int SqliteConnection::Connect(const NyxString& path) {
 bool SqliteConnection::ReadChangeStamp(uint64_t& stamp) {
     if (Database == nullptr) return false;
     sqlite3_stmt* statement = nullptr;
-    if (sqlite3_prepare_v2(Database, "PRAGMA data_version", -1, &statement, nullptr) != SQLITE_OK) return false;
-    const bool read = sqlite3_step(statement) == SQLITE_ROW;
-    if (read) stamp = static_cast<uint64_t>(sqlite3_column_int64(statement, 0));
-    sqlite3_finalize(statement);
+    if (SqliteLibrary().sqlite3_prepare_v2(Database, "PRAGMA data_version", -1, &statement, nullptr) != SQLITE_OK) return false;
+    const bool read = SqliteLibrary().sqlite3_step(statement) == SQLITE_ROW;
+    if (read) stamp = static_cast<uint64_t>(SqliteLibrary().sqlite3_column_int64(statement, 0));
+    SqliteLibrary().sqlite3_finalize(statement);
     return read;
 }
 
@@ -165,14 +166,14 @@ sqlite3_stmt* SqliteConnection::PrepareOne(const NyxString& text) {
 
     sqlite3_stmt* statement = nullptr;
     const char* tail = nullptr;
-    if (sqlite3_prepare_v2(Database, begin, static_cast<int>(size), &statement, &tail) != SQLITE_OK) {
+    if (SqliteLibrary().sqlite3_prepare_v2(Database, begin, static_cast<int>(size), &statement, &tail) != SQLITE_OK) {
         return nullptr;
     }
     if (statement == nullptr) return nullptr;  // only blanks or comments
     // A second statement behind the first is refused: text that reached the
     // statement must never add one of its own.
     if (tail != nullptr && !HoldsNoStatement(Database, tail, end)) {
-        sqlite3_finalize(statement);
+        SqliteLibrary().sqlite3_finalize(statement);
         return nullptr;
     }
     return statement;
@@ -181,10 +182,10 @@ sqlite3_stmt* SqliteConnection::PrepareOne(const NyxString& text) {
 GenSqlResult* SqliteConnection::ExecuteSql(const NyxString& text, int flags) {
     sqlite3_stmt* statement = PrepareOne(text);
     if (statement == nullptr) return nullptr;
-    int code = sqlite3_step(statement);
+    int code = SqliteLibrary().sqlite3_step(statement);
     if (code == SQLITE_ROW) return new SqliteResult(statement, true);
     if (code != SQLITE_DONE) {
-        sqlite3_finalize(statement);
+        SqliteLibrary().sqlite3_finalize(statement);
         return nullptr;
     }
     // A statement without rows has run to its end; its result has no row.

@@ -2,12 +2,11 @@
 // statements prepared once per connection with bound parameters only.
 #include "outside/quince/SqliteSessionStore.h"
 
-#include <sqlite3.h>
-
 #include <ctime>
 #include <filesystem>
 #include <string>
 
+#include "outside/foundation/LibSqlite.h"
 #include "outside/foundation/PrivateStorage.h"
 #include "outside/foundation/RangeLock.h"
 #include "outside/quince/SessionValueCodec.h"
@@ -84,33 +83,37 @@ bool SqliteSessionStore::Open(const NyxString& databasePath) {
     const std::filesystem::path asPath(path);
     if (asPath.has_parent_path() && !MakePrivateFolder(asPath.parent_path().string(), OpenProblem)) return false;
     if (!MakePrivateFile(path, OpenProblem)) return false;
-    if (sqlite3_open_v2(path.c_str(), &Database, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOFOLLOW, nullptr) !=
+    if (LibSqlite::Load() == nullptr) {
+        OpenProblem = "the SQLite library (libsqlite3.so.0) cannot be opened";
+        return false;
+    }
+    if (SqliteLibrary().sqlite3_open_v2(path.c_str(), &Database, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOFOLLOW, nullptr) !=
         SQLITE_OK) {
         OpenProblem = "'" + path + "' cannot be opened";
         return false;
     }
-    sqlite3_busy_timeout(Database, kBusyTimeoutMilliseconds);
+    SqliteLibrary().sqlite3_busy_timeout(Database, kBusyTimeoutMilliseconds);
     // WAL lets readers of other requests go on while one writes; a file system
     // without shared memory keeps the default journal, which works too.
-    sqlite3_exec(Database, "PRAGMA journal_mode=WAL", nullptr, nullptr, nullptr);
+    SqliteLibrary().sqlite3_exec(Database, "PRAGMA journal_mode=WAL", nullptr, nullptr, nullptr);
     // With a write-ahead log, NORMAL syncs at checkpoints only: a power cut may
     // lose the last requests' session changes but never damages the store,
     // and a request no longer waits on the disk for every commit.
-    sqlite3_exec(Database, "PRAGMA synchronous=NORMAL", nullptr, nullptr, nullptr);
+    SqliteLibrary().sqlite3_exec(Database, "PRAGMA synchronous=NORMAL", nullptr, nullptr, nullptr);
     // A CGI process opens the store for one request: its close should not
     // checkpoint (four syncs) and delete the log that the next one makes
     // again. The log is checkpointed as it grows, by whichever request
     // passes its limit; until then it is part of the store (see
     // docs/session-store.md on copying and replacing the file).
-    sqlite3_db_config(Database, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
+    SqliteLibrary().sqlite3_db_config(Database, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
     if (!PrepareStatements()) {
         // A new file, or one made before secrets: make the schema, then try again.
         for (sqlite3_stmt*& statement : Statements) {
-            sqlite3_finalize(statement);
+            SqliteLibrary().sqlite3_finalize(statement);
             statement = nullptr;
         }
-        sqlite3_exec(Database, kAddSecretColumn, nullptr, nullptr, nullptr);  // fails harmlessly where present
-        if (sqlite3_exec(Database, kSchema, nullptr, nullptr, nullptr) != SQLITE_OK || !PrepareStatements()) {
+        SqliteLibrary().sqlite3_exec(Database, kAddSecretColumn, nullptr, nullptr, nullptr);  // fails harmlessly where present
+        if (SqliteLibrary().sqlite3_exec(Database, kSchema, nullptr, nullptr, nullptr) != SQLITE_OK || !PrepareStatements()) {
             OpenProblem = "'" + path + "' is not a session store";
             return false;
         }
@@ -127,7 +130,7 @@ bool SqliteSessionStore::Open(const NyxString& databasePath) {
 
 bool SqliteSessionStore::PrepareStatements() {
     for (int i = 0; i < StatementCount; ++i) {
-        if (sqlite3_prepare_v3(Database, kStatements[i], -1, SQLITE_PREPARE_PERSISTENT, &Statements[i], nullptr) !=
+        if (SqliteLibrary().sqlite3_prepare_v3(Database, kStatements[i], -1, SQLITE_PREPARE_PERSISTENT, &Statements[i], nullptr) !=
             SQLITE_OK)
             return false;
     }
@@ -139,90 +142,90 @@ void SqliteSessionStore::AbandonReplacedFile() {
     // removal of it by this connection would damage that file. Closing never
     // checkpoints (see Open), so there is nothing more to do; the function
     // keeps that promise in one place should Open ever change.
-    if (Database != nullptr) sqlite3_db_config(Database, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
+    if (Database != nullptr) SqliteLibrary().sqlite3_db_config(Database, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
 }
 
 void SqliteSessionStore::Close() {
     for (sqlite3_stmt*& statement : Statements) {
-        sqlite3_finalize(statement);
+        if (statement != nullptr) SqliteLibrary().sqlite3_finalize(statement);
         statement = nullptr;
     }
-    if (Database != nullptr) sqlite3_close(Database);
+    if (Database != nullptr) SqliteLibrary().sqlite3_close(Database);
     Database = nullptr;
     Locks.reset();
 }
 
 sqlite3_stmt* SqliteSessionStore::Statement(StatementId id) {
     sqlite3_stmt* statement = Statements[id];
-    sqlite3_reset(statement);
-    sqlite3_clear_bindings(statement);
+    SqliteLibrary().sqlite3_reset(statement);
+    SqliteLibrary().sqlite3_clear_bindings(statement);
     return statement;
 }
 
 bool SqliteSessionStore::Run(StatementId id) {
-    const int result = sqlite3_step(Statements[id]);
-    sqlite3_reset(Statements[id]);
+    const int result = SqliteLibrary().sqlite3_step(Statements[id]);
+    SqliteLibrary().sqlite3_reset(Statements[id]);
     return result == SQLITE_DONE;
 }
 
 bool SqliteSessionStore::Begin() {
     // A connection lives across requests: one whose earlier transaction could
     // neither commit nor roll back must not stay inside it for ever.
-    if (!sqlite3_get_autocommit(Database)) Run(RollbackTransaction);
+    if (!SqliteLibrary().sqlite3_get_autocommit(Database)) Run(RollbackTransaction);
     return Run(BeginTransaction);
 }
 
 bool SqliteSessionStore::UpsertSessionRow(uint32_t id, int64_t now) {
     sqlite3_stmt* statement = Statement(UpsertSession);
-    sqlite3_bind_int64(statement, 1, id);
-    sqlite3_bind_int64(statement, 2, now);
+    SqliteLibrary().sqlite3_bind_int64(statement, 1, id);
+    SqliteLibrary().sqlite3_bind_int64(statement, 2, now);
     return Run(UpsertSession);
 }
 
 bool SqliteSessionStore::Exists(uint32_t id) {
     if (!IsOpen()) return false;
     sqlite3_stmt* statement = Statement(SelectSession);
-    sqlite3_bind_int64(statement, 1, id);
-    const bool found = sqlite3_step(statement) == SQLITE_ROW;
-    sqlite3_reset(statement);
+    SqliteLibrary().sqlite3_bind_int64(statement, 1, id);
+    const bool found = SqliteLibrary().sqlite3_step(statement) == SQLITE_ROW;
+    SqliteLibrary().sqlite3_reset(statement);
     return found;
 }
 
 bool SqliteSessionStore::Resume(uint32_t id, std::string_view secret, uint32_t maxIdleSeconds) {
     if (!IsOpen() || secret.empty()) return false;
     sqlite3_stmt* statement = Statement(SelectSecret);
-    sqlite3_bind_int64(statement, 1, id);
-    sqlite3_bind_int64(statement, 2, Now() - static_cast<int64_t>(maxIdleSeconds));
+    SqliteLibrary().sqlite3_bind_int64(statement, 1, id);
+    SqliteLibrary().sqlite3_bind_int64(statement, 2, Now() - static_cast<int64_t>(maxIdleSeconds));
     bool matches = false;
-    if (sqlite3_step(statement) == SQLITE_ROW) {
-        const auto* stored = reinterpret_cast<const char*>(sqlite3_column_text(statement, 0));
-        const int size = sqlite3_column_bytes(statement, 0);
+    if (SqliteLibrary().sqlite3_step(statement) == SQLITE_ROW) {
+        const auto* stored = reinterpret_cast<const char*>(SqliteLibrary().sqlite3_column_text(statement, 0));
+        const int size = SqliteLibrary().sqlite3_column_bytes(statement, 0);
         if (stored != nullptr) matches = SameSecret(std::string_view(stored, static_cast<std::size_t>(size)), secret);
     }
-    sqlite3_reset(statement);
+    SqliteLibrary().sqlite3_reset(statement);
     return matches;
 }
 
 bool SqliteSessionStore::Create(uint32_t id, std::string_view secret) {
     if (!IsOpen()) return false;
     sqlite3_stmt* statement = Statement(InsertSession);
-    sqlite3_bind_int64(statement, 1, id);
-    sqlite3_bind_int64(statement, 2, Now());
-    sqlite3_bind_text(statement, 3, secret.data(), static_cast<int>(secret.size()), SQLITE_TRANSIENT);
-    return Run(InsertSession) && sqlite3_changes(Database) == 1;
+    SqliteLibrary().sqlite3_bind_int64(statement, 1, id);
+    SqliteLibrary().sqlite3_bind_int64(statement, 2, Now());
+    SqliteLibrary().sqlite3_bind_text(statement, 3, secret.data(), static_cast<int>(secret.size()), SQLITE_TRANSIENT);
+    return Run(InsertSession) && SqliteLibrary().sqlite3_changes(Database) == 1;
 }
 
 Variable* SqliteSessionStore::Load(uint32_t id, const NyxString& name) {
     if (!IsOpen()) return nullptr;
     sqlite3_stmt* statement = Statement(SelectVariable);
-    sqlite3_bind_int64(statement, 1, id);
-    sqlite3_bind_text(statement, 2, name.GetString(), static_cast<int>(name.GetSize()), SQLITE_TRANSIENT);
+    SqliteLibrary().sqlite3_bind_int64(statement, 1, id);
+    SqliteLibrary().sqlite3_bind_text(statement, 2, name.GetString(), static_cast<int>(name.GetSize()), SQLITE_TRANSIENT);
     Variable* variable = nullptr;
-    if (sqlite3_step(statement) == SQLITE_ROW) {
-        const auto* type = reinterpret_cast<const char*>(sqlite3_column_text(statement, 0));
-        const int typeSize = sqlite3_column_bytes(statement, 0);
-        const auto* value = static_cast<const char*>(sqlite3_column_blob(statement, 1));
-        const int valueSize = sqlite3_column_bytes(statement, 1);
+    if (SqliteLibrary().sqlite3_step(statement) == SQLITE_ROW) {
+        const auto* type = reinterpret_cast<const char*>(SqliteLibrary().sqlite3_column_text(statement, 0));
+        const int typeSize = SqliteLibrary().sqlite3_column_bytes(statement, 0);
+        const auto* value = static_cast<const char*>(SqliteLibrary().sqlite3_column_blob(statement, 1));
+        const int valueSize = SqliteLibrary().sqlite3_column_bytes(statement, 1);
         if (type != nullptr) {
             variable = SessionValueCodec::Decode(std::string_view(type, static_cast<std::size_t>(typeSize)),
                                                  std::string_view(value != nullptr ? value : "",
@@ -230,7 +233,7 @@ Variable* SqliteSessionStore::Load(uint32_t id, const NyxString& name) {
                                                  name);
         }
     }
-    sqlite3_reset(statement);
+    SqliteLibrary().sqlite3_reset(statement);
     return variable;
 }
 
@@ -244,10 +247,10 @@ bool SqliteSessionStore::SaveAll(uint32_t id, Variable* const* variables, unsign
         if (!SessionValueCodec::Encode(*variables[i], type, value)) continue;
         const NyxString name = variables[i]->GetVarName();
         sqlite3_stmt* statement = Statement(UpsertVariable);
-        sqlite3_bind_int64(statement, 1, id);
-        sqlite3_bind_text(statement, 2, name.GetString(), static_cast<int>(name.GetSize()), SQLITE_TRANSIENT);
-        sqlite3_bind_text(statement, 3, type.data(), static_cast<int>(type.size()), SQLITE_TRANSIENT);
-        sqlite3_bind_blob(statement, 4, value.data(), static_cast<int>(value.size()), SQLITE_TRANSIENT);
+        SqliteLibrary().sqlite3_bind_int64(statement, 1, id);
+        SqliteLibrary().sqlite3_bind_text(statement, 2, name.GetString(), static_cast<int>(name.GetSize()), SQLITE_TRANSIENT);
+        SqliteLibrary().sqlite3_bind_text(statement, 3, type.data(), static_cast<int>(type.size()), SQLITE_TRANSIENT);
+        SqliteLibrary().sqlite3_bind_blob(statement, 4, value.data(), static_cast<int>(value.size()), SQLITE_TRANSIENT);
         saved = Run(UpsertVariable);
     }
     if (saved && Run(CommitTransaction)) return true;
@@ -261,9 +264,9 @@ void SqliteSessionStore::Touch(uint32_t id) {
 }
 
 bool SqliteSessionStore::DeleteIdle(int64_t limit) {
-    sqlite3_bind_int64(Statement(DeleteExpiredVariables), 1, limit);
+    SqliteLibrary().sqlite3_bind_int64(Statement(DeleteExpiredVariables), 1, limit);
     if (!Run(DeleteExpiredVariables)) return false;
-    sqlite3_bind_int64(Statement(DeleteExpiredSessions), 1, limit);
+    SqliteLibrary().sqlite3_bind_int64(Statement(DeleteExpiredSessions), 1, limit);
     return Run(DeleteExpiredSessions);
 }
 
@@ -279,11 +282,11 @@ void SqliteSessionStore::ExpireNowAndThen(uint32_t ageSeconds, uint32_t interval
     const int64_t now = Now();
     // A plain read first: most requests stop here without taking the write lock.
     sqlite3_stmt* statement = Statement(SelectLastExpiry);
-    const int64_t last = sqlite3_step(statement) == SQLITE_ROW ? sqlite3_column_int64(statement, 0) : 0;
-    sqlite3_reset(statement);
+    const int64_t last = SqliteLibrary().sqlite3_step(statement) == SQLITE_ROW ? SqliteLibrary().sqlite3_column_int64(statement, 0) : 0;
+    SqliteLibrary().sqlite3_reset(statement);
     if (now - last < static_cast<int64_t>(intervalSeconds) && last <= now) return;
     if (!Begin()) return;
-    sqlite3_bind_int64(Statement(UpsertLastExpiry), 1, now);
+    SqliteLibrary().sqlite3_bind_int64(Statement(UpsertLastExpiry), 1, now);
     const bool done = Run(UpsertLastExpiry) && DeleteIdle(now - static_cast<int64_t>(ageSeconds));
     if (!done || !Run(CommitTransaction)) Run(RollbackTransaction);
 }
@@ -297,5 +300,5 @@ void SqliteSessionStore::Unlock(uint32_t id) {
 }
 
 void SqliteSessionStore::SetBusyTimeout(unsigned milliseconds) {
-    if (IsOpen()) sqlite3_busy_timeout(Database, static_cast<int>(milliseconds));
+    if (IsOpen()) SqliteLibrary().sqlite3_busy_timeout(Database, static_cast<int>(milliseconds));
 }
