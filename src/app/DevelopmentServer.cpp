@@ -39,7 +39,9 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr int kListenBacklog = 64;
+// Deep enough that a burst of connections waits in the queue instead of
+// having its SYNs dropped and retried a second later.
+constexpr int kListenBacklog = 1024;
 constexpr std::size_t kReadChunkBytes = 16 * 1024;
 // After an early answer, what the client still sends is read and dropped for
 // this long and up to this much, so that the answer is not lost to a reset.
