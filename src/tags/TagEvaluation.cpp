@@ -28,10 +28,7 @@ void AppendFloatAsInteger(float value, NyxString& text) {
 
 }  // namespace
 
-bool VexlBase::HasExpressionForm(const NyxString& value) {
-    const unsigned length = value.GetLength();
-    return length >= 2 && value[0] == '(' && value[length - 1] == ')';
-}
+bool VexlBase::HasExpressionForm(const NyxString& value) { return HtmlTagParam::IsExpressionForm(value.View()); }
 
 int VexlBase::CanEvaluateTag(HtmlObject* tag) {
     const int count = static_cast<int>(tag->GetCount());

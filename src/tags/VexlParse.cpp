@@ -30,18 +30,14 @@ int RunBlock(VexlPage* page, int index) {
 
 VexlParse::VexlParse(VexlPage* page) : VexlBase(page) {}
 
-bool VexlParse::LineEndBehind(const HtmlObject& tag) {
-    return !(tag.GetTagId() == TagId::Textarea && !tag.IsEndTag());
-}
+bool VexlParse::LineEndBehind(int id, int isEnd) { return !(id == TagId::Textarea && isEnd == 0); }
 
 VexlParse::~VexlParse() { delete HtmlFileVariable; }
 
 int VexlParse::Start(int index, HtmlObject* stop) {
     WalkBudget& walks = *Page->Walks;
     if (walks.Depth > walks.Limit) {  // the page's own walk is level 0
-        const HtmlObject* entry = Page->HtmlList->GetEntry(index);
-        Page->ErrorOutput(entry != nullptr ? entry->GetLineNum() : 0,
-                          "<P>Blocks, includes and user tags nest deeper than %u levels.</P>\n",
+        Page->ErrorOutput(Page->HtmlList->GetLineNumOf(index), "<P>Blocks, includes and user tags nest deeper than %u levels.</P>\n",
                           static_cast<unsigned>(walks.Limit));
         return -1;
     }
@@ -49,9 +45,7 @@ int VexlParse::Start(int index, HtmlObject* stop) {
     // the stack is kept for the deepest work a handler does (a script, a
     // compile), whatever limit the configuration allows.
     if (StackIsLow(0.25)) {
-        const HtmlObject* entry = Page->HtmlList->GetEntry(index);
-        Page->ErrorOutput(entry != nullptr ? entry->GetLineNum() : 0,
-                          "<P>Blocks, includes and user tags nest deeper than this server's stack allows (%u levels).</P>\n",
+        Page->ErrorOutput(Page->HtmlList->GetLineNumOf(index), "<P>Blocks, includes and user tags nest deeper than this server's stack allows (%u levels).</P>\n",
                           static_cast<unsigned>(walks.Depth));
         return -1;
     }
@@ -64,16 +58,16 @@ int VexlParse::Start(int index, HtmlObject* stop) {
 // Objects that the walk writes as they are whatever the page's state, as
 // long as the page writes objects as written: text, and tags of HTML without
 // handler and without expression parameters.
-bool VexlParse::PrintsAsItIs(HtmlObject* entry) {
-    const int id = entry->GetTagId();
+bool VexlParse::PrintsAsItIs(int index) {
+    const int id = Page->HtmlList->GetTagIdOf(index);
     if (!GetTagTraits(id).PrintsAsItIs) return false;
-    return id == TagId::Text || CanEvaluateTag(entry) == 0;
+    return id == TagId::Text || !Page->HtmlList->HasExpressionParam(index);
 }
 
 // Writes the stretch of objects from `index` that print as they are, as
 // WriteDefault would write them one by one; from the second visit on, the
 // stretch is written from its kept text. Returns the last index written.
-int VexlParse::WriteStretch(HtmlObject* entry, int index) {
+int VexlParse::WriteStretch(int index) {
     const HtmlObjectList& list = *Page->HtmlList;
     HtmlKeptRuns& runs = list.GetKeptRuns();
     std::string_view kept;
@@ -83,32 +77,55 @@ int VexlParse::WriteStretch(HtmlObject* entry, int index) {
         Page->AppendOutput(kept.data(), static_cast<unsigned>(kept.size()));
         return static_cast<int>(next) - 1;
     case HtmlKeptRuns::State::FirstVisit:
-        WriteDefault(entry, index);
+        WriteDefault(index);
         return index;
     case HtmlKeptRuns::State::SecondVisit:
         break;
     }
     NyxString text;
     int end = index;
-    for (HtmlObject* object = entry; object != nullptr && PrintsAsItIs(object); object = list.GetEntry(++end)) {
+    for (; list.GetTagIdOf(end) >= 0 && PrintsAsItIs(end); ++end) {
         list.AppendOutputOf(end, text);
-        if (object->GetTagId() != TagId::Text && LineEndBehind(*object)) text.Append('\n');
+        const int id = list.GetTagIdOf(end);
+        if (id != TagId::Text && LineEndBehind(id, list.IsEndTagOf(end))) text.Append('\n');
     }
     runs.Keep(static_cast<unsigned>(index), static_cast<unsigned>(end), text.View());
     Page->AppendOutput(text);
     return end - 1;
 }
 
+// A tag whose label (with "/" before it on an end tag) the page defined.
+bool VexlParse::IsUserTag(int index) {
+    if (Page->TagDefs.IsEmpty() || Page->HtmlList->GetTagIdOf(index) == TagId::Text) return false;
+    NyxString key(Page->HtmlList->IsEndTagOf(index) ? "/" : "");
+    key += Page->HtmlList->GetLabelOf(index);
+    return Page->TagDefs.FindDefinition(key) >= 0;
+}
+
 int VexlParse::Walk(int index, HtmlObject* stop) {
     // Stretches pay off only where the walk comes by again, in a loop's body;
     // one is written whole only if no object in it could be the stop.
     const bool stretches = Page->Walks->Loops > 0 && (stop == nullptr || stop->GetTagId() >= TagId::FirstOwnTag);
-    for (HtmlObject* entry = Page->HtmlList->GetEntry(index); entry != nullptr;
-         entry = Page->HtmlList->GetEntry(index)) {
-        if (stop != nullptr && entry->GetTagId() == stop->GetTagId() && entry->IsEndTag() == stop->IsEndTag()) {
+    const HtmlObjectList& list = *Page->HtmlList;
+    for (int id = list.GetTagIdOf(index); id >= 0; id = list.GetTagIdOf(index)) {
+        if (stop != nullptr && id == stop->GetTagId() && list.IsEndTagOf(index) == stop->IsEndTag()) {
             return 1;
         }
-        switch (GetTagTraits(entry->GetTagId()).Handling) {
+        const TagHandling handling = GetTagTraits(id).Handling;
+        if (handling == TagHandling::Written) {
+            if (stretches && Page->WritesObjectsAsWritten() && PrintsAsItIs(index)) {
+                index = WriteStretch(index);
+            } else if (IsUserTag(index)) {
+                index = HandleUserTag(list.GetEntry(index), index);
+            } else {
+                WriteDefault(index);
+            }
+            if (index == -1 || Page->Walks->Ended) return -1;
+            ++index;
+            continue;
+        }
+        HtmlObject* entry = list.GetEntry(index);
+        switch (handling) {
         case TagHandling::Anchor: index = RunBlock<VexlAnchor>(Page, index); break;
         case TagHandling::Form: HandleForm(entry); break;
         case TagHandling::Frame: HandleFrame(entry); break;
@@ -120,22 +137,7 @@ int VexlParse::Walk(int index, HtmlObject* stop) {
         case TagHandling::If: index = RunBlock<VexlIf>(Page, index); break;
         case TagHandling::SetHeader: HandleSetHeader(entry); break;
         case TagHandling::Translation: HandleTranslation(entry); break;
-        case TagHandling::Written: {
-            if (stretches && Page->WritesObjectsAsWritten() && PrintsAsItIs(entry)) {
-                index = WriteStretch(entry, index);
-                break;
-            }
-            if (!Page->TagDefs.IsEmpty()) {
-                NyxString key(entry->IsEndTag() ? "/" : "");
-                key += entry->GetTagLabel();
-                if (Page->TagDefs.FindDefinition(key) >= 0) {
-                    index = HandleUserTag(entry, index);
-                    break;
-                }
-            }
-            WriteDefault(entry, index);
-            break;
-        }
+        case TagHandling::Written: break;
         }
         if (index == -1 || Page->Walks->Ended) return -1;
         ++index;
@@ -146,22 +148,26 @@ int VexlParse::Walk(int index, HtmlObject* stop) {
 // The default path: text is translated and written as it is; a tag is
 // written evaluated when a parameter is an expression, then a line end,
 // except behind a start tag of id 24.
-void VexlParse::WriteDefault(HtmlObject* entry, int index) {
-    if (entry->GetTagId() == TagId::Text) {
+void VexlParse::WriteDefault(int index) {
+    const HtmlObjectList& list = *Page->HtmlList;
+    const int id = list.GetTagIdOf(index);
+    if (id == TagId::Text) {
+        const std::string_view text = list.GetTextOf(index);
         if (!Page->TranslationEnabled) {
-            Page->AppendOutput(entry->GetText());
+            Page->AppendOutput(text.data(), static_cast<unsigned>(text.size()));
             return;
         }
-        NyxString text = entry->GetText();
-        TranslateText(text);
-        Page->AppendOutput(text);
+        NyxString translated(text);
+        TranslateText(translated);
+        Page->AppendOutput(translated);
         return;
     }
-    const bool lineEnd = LineEndBehind(*entry);
-    if (!CanEvaluateTag(entry)) {
+    const bool lineEnd = LineEndBehind(id, list.IsEndTagOf(index));
+    if (!list.HasExpressionParam(index)) {
         Page->AppendListedObject(index, lineEnd);
         return;
     }
+    HtmlObject* entry = list.GetEntry(index);
     // What EvaluateTag's copy would print, without making the copy: every
     // parameter in order, expressions replaced by their values.
     // Most tags have a few parameters: those need no heap block.

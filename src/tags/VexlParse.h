@@ -20,15 +20,17 @@ public:
     void HandleSetVar(HtmlObject* tag);
     // A tag written by the default path is followed by a line end, except a
     // TEXTAREA start tag (whose content must not gain one).
-    static bool LineEndBehind(const HtmlObject& tag);
+    static bool LineEndBehind(const HtmlObject& tag) { return LineEndBehind(tag.GetTagId(), tag.IsEndTag()); }
+    static bool LineEndBehind(int id, int isEnd);
 
     Variable* HtmlFileVariable = nullptr;  // owned; made on first user tag
 
 private:
     int Walk(int index, HtmlObject* stop);
-    void WriteDefault(HtmlObject* entry, int index);
-    bool PrintsAsItIs(HtmlObject* entry);
-    int WriteStretch(HtmlObject* entry, int index);
+    void WriteDefault(int index);
+    bool PrintsAsItIs(int index);
+    int WriteStretch(int index);
+    bool IsUserTag(int index);
     void HandleFrame(HtmlObject* tag);
     void HandleForm(HtmlObject* tag);
     void WriteHiddenField(const NyxString& name, const NyxString& value);

@@ -32,7 +32,7 @@ std::vector<int> AnswerAll(const HtmlObjectList& list, int runOut, RoleOf roleOf
         pending.resize(start);
     };
     for (int j = 0; j < count; ++j) {
-        switch (roleOf(*list.GetEntry(j))) {
+        switch (roleOf(list.GetTagIdOf(j), list.IsEndTagOf(j))) {
         case Role::Open:
             frameStarts.push_back(static_cast<int>(pending.size()));
             break;
@@ -53,8 +53,8 @@ std::vector<int> AnswerAll(const HtmlObjectList& list, int runOut, RoleOf roleOf
 
 // The roles of IF tags for a search that also stops at ELSEIF and/or ELSE.
 auto IfRoles(bool elseIfStops, bool elseStops) {
-    return [=](const HtmlObject& object) {
-        switch (object.GetTagId()) {
+    return [=](int id, int) {
+        switch (id) {
         case TagId::If: return Role::Open;
         case TagId::EndIf: return Role::Close;
         case TagId::ElseIf: return elseIfStops ? Role::Stop : Role::None;
@@ -83,9 +83,9 @@ int HtmlBlockIndex::FindLoopPartner(int index) const {
     const int count = static_cast<int>(List.GetCount());
     if (index < 0 || index >= count) return index + 1;
     if (LoopEnd.empty()) {
-        LoopEnd = AnswerAll(List, count, [](const HtmlObject& object) {
-            if (object.GetTagId() != TagId::Loop) return Role::None;
-            return object.IsEndTag() ? Role::Close : Role::Open;
+        LoopEnd = AnswerAll(List, count, [](int id, int end) {
+            if (id != TagId::Loop) return Role::None;
+            return end != 0 ? Role::Close : Role::Open;
         });
     }
     return LoopEnd[static_cast<std::size_t>(index)];

@@ -1,4 +1,5 @@
-// HtmlObjectList: a page parsed into a flat list of objects.
+// HtmlObjectList: a page parsed into a flat list of records, and the objects
+// made from them on demand.
 #include "values/HtmlObjectList.h"
 
 #include <cstdint>
@@ -6,65 +7,175 @@
 #include <string>
 
 #include "outside/foundation/Files.h"
-#include "outside/foundation/PageMemory.h"
 #include "values/HtmlParser.h"
+#include "values/HtmlTagIds.h"
 
 HtmlObjectList::HtmlObjectList(const NyxString& path) : FilePath(path) {
-    // The text is needed only while parsing; a large one goes straight back
-    // to the system afterwards.
-    PageBuffer contents;
-    if (!FileReadAll(path, contents, &Opened)) return;
+    if (!FileReadAll(path, Text, &Opened)) return;
     Read = true;
-    Parse(std::string_view(contents.data(), contents.size()));
+    Parse();
 }
 
 HtmlObjectList::HtmlObjectList(const NyxString& path, std::string_view text) : FilePath(path), Read(true) {
-    Parse(text);
+    Text.resize(text.size());
+    if (!text.empty()) std::memcpy(Text.data(), text.data(), text.size());
+    Parse();
 }
 
 HtmlObjectList::~HtmlObjectList() {
-    for (unsigned i = 0; i < Count; ++i) Destroy(GetEntry(static_cast<int>(i)));
-    for (auto& [index, original] : Originals) Destroy(original);
+    for (HtmlObject** made : Made) {
+        if (made == nullptr) continue;
+        for (unsigned i = 0; i < kSegmentSize; ++i) Destroy(made[i]);
+    }
+    for (auto& [index, original] : Originals) Destroy(original.Object);
 }
 
 void HtmlObjectList::Destroy(HtmlObject* object) { HtmlObjectArena::Destroy(object); }
 
-void HtmlObjectList::Parse(std::string_view text) {
-    TextBytes = text.size();
-    HtmlParser parser(text, &Arena);
+void HtmlObjectList::Parse() {
+    HtmlParser parser(std::string_view(Text.data(), Text.size()));
     parser.ParseInto(*this);
+    ParsedCount = Count;
 }
 
-void HtmlObjectList::AddSegment() {
-    if ((Count >> kSegmentShift) < Segments.size()) return;
-    Segments.push_back(static_cast<HtmlObject**>(Arena.Allocate(kSegmentSize * sizeof(HtmlObject*))));
+// Parsed objects cover the text without gaps: each ends where the next begins.
+std::size_t HtmlObjectList::SizeOf(unsigned index) const {
+    const std::size_t end = index + 1 < ParsedCount && index + 1 < Count ? RecordAt(index + 1).Offset : Text.size();
+    return end - RecordAt(index).Offset;
+}
+
+unsigned HtmlObjectList::LineOf(unsigned index) const {
+    const unsigned first = index & ~kSegmentMask;
+    const std::size_t from = RecordAt(first).Offset;
+    return SegmentLines[index >> kSegmentShift] +
+           static_cast<unsigned>(HtmlParser::CountLineFeeds(Text.data() + from, RecordAt(index).Offset - from));
+}
+
+unsigned HtmlObjectList::GetLineNumOf(int index) const {
+    if (!InRange(index)) return 0;
+    if (RecordAt(static_cast<unsigned>(index)).Is(HtmlRecord::kNeedsObject)) return GetEntry(index)->GetLineNum();
+    return LineOf(static_cast<unsigned>(index));
+}
+
+void HtmlObjectList::AddSegment(unsigned line) {
+    if ((Count >> kSegmentShift) < Records.size()) return;
+    SegmentLines.push_back(line);
+    Records.push_back(static_cast<HtmlRecord*>(Arena.Allocate(kSegmentSize * sizeof(HtmlRecord), alignof(HtmlRecord))));
+    Made.push_back(nullptr);
+}
+
+HtmlObject*& HtmlObjectList::MadeSlot(unsigned index) const {
+    HtmlObject**& made = Made[index >> kSegmentShift];
+    if (made == nullptr) {
+        made = static_cast<HtmlObject**>(Arena.Allocate(kSegmentSize * sizeof(HtmlObject*), alignof(HtmlObject*)));
+        std::memset(made, 0, kSegmentSize * sizeof(HtmlObject*));
+    }
+    return made[index & kSegmentMask];
+}
+
+HtmlObject* HtmlObjectList::Make(unsigned index) const {
+    HtmlObject*& slot = MadeSlot(index);
+    slot = MakeFromRecord(index, &Arena);
+    return slot;
+}
+
+// The object as the parser would have made it from the record's bytes.
+HtmlObject* HtmlObjectList::MakeFromRecord(unsigned index, HtmlObjectArena* arena) const {
+    const HtmlRecord& record = RecordAt(index);
+    const unsigned line = LineOf(index);
+    const std::size_t size = SizeOf(index);
+    HtmlObject* object = arena != nullptr ? arena->Make<HtmlObject>(line) : new HtmlObject(line);
+    const std::string_view text(Text.data(), Text.size());
+    if (record.TagId == TagId::Text) {
+        object->SetText(text.substr(record.Offset, size));
+    } else {
+        HtmlParser::ReadTag(text, record.Offset, record.Is(HtmlRecord::kEnd), *object, arena);
+    }
+    object->SetSourceSpan(record.Offset, size);
+    return object;
+}
+
+// A record that sends every question to its object.
+HtmlRecord HtmlObjectList::RecordOf(const HtmlObject& object) {
+    HtmlRecord record;
+    record.Offset = static_cast<uint32_t>(object.GetSourceOffset());
+    record.TagId = static_cast<uint16_t>(object.GetTagId());
+    record.Bits = HtmlRecord::kNeedsObject | (object.IsEndTag() != 0 ? HtmlRecord::kEnd : 0);
+    return record;
+}
+
+bool HtmlObjectList::HasExpressionParam(int index) const {
+    if (!InRange(index)) return false;
+    const HtmlRecord& record = RecordAt(static_cast<unsigned>(index));
+    if (!record.Is(HtmlRecord::kNeedsObject)) return record.Is(HtmlRecord::kHasExpression);
+    const HtmlObject* object = GetEntry(index);
+    for (unsigned i = 1; i <= object->GetCount(); ++i) {
+        if (HtmlTagParam::IsExpressionForm(object->GetEntry(static_cast<int>(i))->GetValue().View())) return true;
+    }
+    return false;
+}
+
+std::string_view HtmlObjectList::GetLabelOf(int index) const {
+    if (!InRange(index)) return {};
+    const HtmlRecord& record = RecordAt(static_cast<unsigned>(index));
+    if (record.Is(HtmlRecord::kNeedsObject)) return GetEntry(index)->GetTagLabel().View();
+    if (record.TagId == TagId::Text) return {};
+    return std::string_view(Text.data() + record.Offset + (record.Is(HtmlRecord::kEnd) ? 2 : 1), record.LabelSize);
+}
+
+std::string_view HtmlObjectList::GetTextOf(int index) const {
+    if (!InRange(index)) return {};
+    const HtmlRecord& record = RecordAt(static_cast<unsigned>(index));
+    if (record.Is(HtmlRecord::kNeedsObject)) return GetEntry(index)->GetText().View();
+    if (record.TagId != TagId::Text) return {};
+    return std::string_view(Text.data() + record.Offset, SizeOf(static_cast<unsigned>(index)));
+}
+
+HtmlObject* HtmlObjectList::CopyEntry(int index) const {
+    if (!InRange(index)) return nullptr;
+    const HtmlObject* made = Made[static_cast<unsigned>(index) >> kSegmentShift] != nullptr
+                                 ? Made[static_cast<unsigned>(index) >> kSegmentShift][static_cast<unsigned>(index) & kSegmentMask]
+                                 : nullptr;
+    if (made != nullptr) return new HtmlObject(*made);
+    return MakeFromRecord(static_cast<unsigned>(index), nullptr);
 }
 
 void HtmlObjectList::ReplaceEntry(int index, HtmlObject* object) {
     if (object == nullptr) return;
-    if (index < 0 || static_cast<unsigned>(index) >= Count) {
+    if (!InRange(index)) {
         Destroy(object);
         return;
     }
-    HtmlObject*& slot = Segments[static_cast<unsigned>(index) >> kSegmentShift][static_cast<unsigned>(index) & kSegmentMask];
+    const unsigned at = static_cast<unsigned>(index);
+    HtmlObject*& slot = MadeSlot(at);
     if (slot == object) return;
+    HtmlRecord& record = RecordAt(at);
+    const HtmlRecord previousRecord = record;
     HtmlObject* previous = slot;
-    if (previous->GetTagId() != object->GetTagId() || previous->IsEndTag() != object->IsEndTag()) BlockIndex.reset();
-    if (!PrintMarks.empty()) PrintMarks[static_cast<unsigned>(index)] = 0;
+    if (previousRecord.TagId != object->GetTagId() || (previousRecord.Is(HtmlRecord::kEnd) ? 1 : 0) != object->IsEndTag())
+        BlockIndex.reset();
+    if (!PrintMarks.empty()) PrintMarks[at] = 0;
     KeptRuns.ForgetAll();
     Attachments.clear();
     slot = object;
-    if (KeepingOriginals && Originals.emplace(static_cast<unsigned>(index), previous).second) return;
+    // The place in the text stays the parsed one: the sizes and lines of
+    // its neighbours are read from it.
+    record = RecordOf(*object);
+    record.Offset = previousRecord.Offset;
+    if (KeepingOriginals && Originals.emplace(at, Original{previousRecord, previous}).second) return;
     Destroy(previous);
 }
 
 bool HtmlObjectList::RestoreOriginals() {
     for (auto& [index, original] : Originals) {
-        HtmlObject*& slot = Segments[index >> kSegmentShift][index & kSegmentMask];
-        if (slot->GetTagId() != original->GetTagId() || slot->IsEndTag() != original->IsEndTag()) BlockIndex.reset();
+        HtmlObject*& slot = MadeSlot(index);
+        HtmlRecord& record = RecordAt(index);
+        if (record.TagId != original.Record.TagId || record.Is(HtmlRecord::kEnd) != original.Record.Is(HtmlRecord::kEnd))
+            BlockIndex.reset();
         if (!PrintMarks.empty()) PrintMarks[index] = 0;
         Destroy(slot);
-        slot = original;
+        slot = original.Object;
+        record = original.Record;
     }
     if (!Originals.empty()) KeptRuns.ForgetAll();
     Originals.clear();
@@ -77,7 +188,8 @@ std::size_t HtmlObjectList::GetMemoryBytes() const {
 }
 
 std::size_t HtmlObjectList::GetUsedBytes() const {
-    return sizeof *this + Arena.GetUsedBytes() + TextBytes + Segments.capacity() * sizeof(HtmlObject**) +
+    return sizeof *this + Arena.GetUsedBytes() + Text.size() + (Records.capacity() + Made.capacity()) * sizeof(void*) +
+           SegmentLines.capacity() * sizeof(unsigned) +
            PrintMarks.capacity() * sizeof(uint32_t) + PrintedTexts.capacity() + KeptRuns.GetMemoryBytes() +
            (BlockIndex != nullptr ? sizeof(HtmlBlockIndex) + 4 * Count * sizeof(int) : 0);
 }
@@ -86,7 +198,9 @@ void HtmlObjectList::AddEntry(HtmlObject* object) {
     if (object == nullptr) return;
     BlockIndex.reset();
     Grown = true;
-    Append(object);
+    if (ParsedCount == kNoCount) ParsedCount = Count;
+    AppendRecord(RecordOf(*object), object->GetLineNum());
+    MadeSlot(Count - 1) = object;
     if (!PrintMarks.empty()) PrintMarks.push_back(0);
     KeptRuns.ForgetAll();
     Attachments.clear();
@@ -104,12 +218,32 @@ HtmlListAttachment* HtmlObjectList::Attach(int index, std::unique_ptr<HtmlListAt
 }
 
 void HtmlObjectList::AppendOutputOf(int index, NyxString& out) const {
-    const HtmlObject* object = GetEntry(index);
-    if (object == nullptr) return;
-    if (object->GetTagId() == 0) {  // a text is one copy already
+    if (!InRange(index)) return;
+    const HtmlRecord& record = RecordAt(static_cast<unsigned>(index));
+    const bool asParsed = !record.Is(HtmlRecord::kNeedsObject);
+    if (asParsed && record.TagId == TagId::Text) {
+        out.AppendBytes(Text.data() + record.Offset, SizeOf(static_cast<unsigned>(index)));
+        return;
+    }
+    if (asParsed && !record.Is(HtmlRecord::kHasParams)) {
+        // No parameters: the label between its brackets, as written.
+        const bool end = record.Is(HtmlRecord::kEnd);
+        out.Append('<');
+        if (end) out.Append('/');
+        out.AppendBytes(Text.data() + record.Offset + (end ? 2 : 1), record.LabelSize);
+        const auto closing = static_cast<HtmlObject::Closing>((record.Bits & HtmlRecord::kClosingMask) >> HtmlRecord::kClosingShift);
+        if (!end && closing == HtmlObject::Closing::Slash) out.Append('/');
+        if (!end && closing == HtmlObject::Closing::BlankSlash) out.AppendBytes(" /", 2);
+        out.Append('>');
+        return;
+    }
+    const HtmlObject* object = asParsed ? nullptr : GetEntry(index);
+    if (object != nullptr && object->GetTagId() == 0) {  // a text is one copy already
         object->AppendOutputTo(out);
         return;
     }
+    // A tag with parameters is rendered afresh the first time and kept from
+    // the second on.
     if (PrintMarks.empty()) PrintMarks.assign(Count, 0);
     uint32_t& mark = PrintMarks[static_cast<unsigned>(index)];
     if (mark >= 2) {
@@ -120,7 +254,11 @@ void HtmlObjectList::AppendOutputOf(int index, NyxString& out) const {
         return;
     }
     const unsigned before = out.GetSize();
-    object->AppendOutputTo(out);
+    if (object != nullptr) {
+        object->AppendOutputTo(out);
+    } else {
+        HtmlParser::AppendTagOutput(std::string_view(Text.data(), Text.size()), record.Offset, record.Is(HtmlRecord::kEnd), out);
+    }
     if (mark == 0) {
         mark = 1;
         return;

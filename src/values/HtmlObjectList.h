@@ -1,5 +1,8 @@
 // HtmlObjectList: a page parsed into a flat sequence of HtmlObjects in
-// document order, numbered from 0. The list owns its objects.
+// document order, numbered from 0. The list owns its objects and keeps the
+// page's text: the parse leaves a small record per object, and an object is
+// made from its record the first time GetEntry asks for it. A walk that
+// only writes objects as they are reads the records and never makes them.
 #pragma once
 
 #include <cstdint>
@@ -14,7 +17,9 @@
 #include "values/HtmlListAttachment.h"
 #include "values/HtmlObject.h"
 #include "values/HtmlObjectArena.h"
+#include "values/HtmlRecord.h"
 #include "values/NyxString.h"
+#include "outside/foundation/PageMemory.h"
 
 class HtmlObjectList {
 public:
@@ -27,11 +32,36 @@ public:
     HtmlObjectList& operator=(const HtmlObjectList&) = delete;
     virtual ~HtmlObjectList();
 
-    // The object at `index`, or null at or past the end and for a negative index.
+    // The object at `index`, or null at or past the end and for a negative
+    // index. Made on first use; the same object from then on.
     HtmlObject* GetEntry(int index) const {
         if (index < 0 || static_cast<unsigned>(index) >= Count) return nullptr;
-        return Segments[static_cast<unsigned>(index) >> kSegmentShift][static_cast<unsigned>(index) & kSegmentMask];
+        HtmlObject** made = Made[static_cast<unsigned>(index) >> kSegmentShift];
+        HtmlObject* object = made != nullptr ? made[static_cast<unsigned>(index) & kSegmentMask] : nullptr;
+        return object != nullptr ? object : Make(static_cast<unsigned>(index));
     }
+
+    // What the walk asks of every object, read without making it.
+    // The tag id, or -1 out of range.
+    int GetTagIdOf(int index) const {
+        return index >= 0 && static_cast<unsigned>(index) < Count ? RecordAt(static_cast<unsigned>(index)).TagId : -1;
+    }
+    // 1 on an end tag, else 0.
+    int IsEndTagOf(int index) const { return InRange(index) && RecordAt(static_cast<unsigned>(index)).Is(HtmlRecord::kEnd) ? 1 : 0; }
+    unsigned GetLineNumOf(int index) const;
+    // True while the object is the parser's, unchanged: its record then
+    // answers for it (IsAsParsed is false out of range).
+    bool IsAsParsed(int index) const { return InRange(index) && !RecordAt(static_cast<unsigned>(index)).Is(HtmlRecord::kNeedsObject); }
+    // A tag with a parameter in expression form "(...)".
+    bool HasExpressionParam(int index) const;
+    // The label of a tag as written, the text of a text object; valid while
+    // the list lives and the entry is not replaced.
+    std::string_view GetLabelOf(int index) const;
+    std::string_view GetTextOf(int index) const;
+    // A copy of the object at `index` that the caller owns, made without
+    // keeping an object in the list; null out of range.
+    HtmlObject* CopyEntry(int index) const;
+
     // Puts `object` (taken over) in the place of the object at `index`, which
     // is destroyed; no other entry moves. An index out of range destroys
     // `object` instead; a null object changes nothing.
@@ -46,8 +76,8 @@ public:
     // cannot be had as parsed again (an entry was added).
     void KeepOriginals() { KeepingOriginals = true; }
     bool RestoreOriginals();
-    // About the bytes the list holds: its arena, the text it was parsed from
-    // (its objects hold copies of it) and what the walks kept.
+    // About the bytes the list holds: its records and arena, the text it was
+    // parsed from, and what the walks kept.
     std::size_t GetMemoryBytes() const;
     // The same, counting only the part of the arena's newest block in use.
     std::size_t GetUsedBytes() const;
@@ -81,32 +111,52 @@ public:
 private:
     friend class HtmlParser;
 
-    void Parse(std::string_view text);
-    void Append(HtmlObject* object) {
+    void Parse();
+    // `line` is the record's line; kept for the first of each segment.
+    void AppendRecord(const HtmlRecord& record, unsigned line) {
         const unsigned slot = Count & kSegmentMask;
-        if (slot == 0) AddSegment();
-        Segments[Count >> kSegmentShift][slot] = object;
+        if (slot == 0) AddSegment(line);
+        Records[Count >> kSegmentShift][slot] = record;
         ++Count;
     }
-    void AddSegment();
+    void AddSegment(unsigned line);
+    std::size_t SizeOf(unsigned index) const;
+    unsigned LineOf(unsigned index) const;
+    bool InRange(int index) const { return index >= 0 && static_cast<unsigned>(index) < Count; }
+    HtmlRecord& RecordAt(unsigned index) const { return Records[index >> kSegmentShift][index & kSegmentMask]; }
+    HtmlObject*& MadeSlot(unsigned index) const;
+    HtmlObject* Make(unsigned index) const;
+    HtmlObject* MakeFromRecord(unsigned index, HtmlObjectArena* arena) const;
+    static HtmlRecord RecordOf(const HtmlObject& object);
+    static constexpr unsigned kNoCount = 0xFFFFFFFFu;
     static void Destroy(HtmlObject* object);
 
-    // Object pointers sit in segments of 4096 in the arena: no reallocation
-    // while a page grows, and no large block to fault in afresh per page.
-    static constexpr unsigned kSegmentShift = 12;
+    // Records sit in segments of 256 in the arena: no reallocation while a
+    // page grows, no large block to fault in afresh per page, and a small
+    // page (an include) costs a few kilobytes. The objects made so far sit in
+    // segments of the same size, each made when the first object of its part
+    // of the page is.
+    static constexpr unsigned kSegmentShift = 8;
     static constexpr unsigned kSegmentSize = 1u << kSegmentShift;
     static constexpr unsigned kSegmentMask = kSegmentSize - 1;
 
-    HtmlObjectArena Arena;  // the parser's objects, the segments; its objects are destroyed by ~HtmlObjectList
+    PageBuffer Text;        // the page's text, which the records point into
+    mutable HtmlObjectArena Arena;  // records, objects made from them; its objects are destroyed by ~HtmlObjectList
     NyxString FilePath;
     bool Read = false;
     bool Opened = true;
     bool KeepingOriginals = false;
     bool Grown = false;  // an entry was added after parsing
-    std::size_t TextBytes = 0;
     unsigned Count = 0;
-    std::unordered_map<unsigned, HtmlObject*> Originals;  // owned; by index, while KeepingOriginals
-    std::vector<HtmlObject**> Segments;  // each kSegmentSize slots, in Arena; slots below Count are owned, never null
+    unsigned ParsedCount = kNoCount;  // records from the parse; those behind were added
+    struct Original {
+        HtmlRecord Record;
+        HtmlObject* Object;  // owned; null if none was made
+    };
+    std::unordered_map<unsigned, Original> Originals;  // by index, while KeepingOriginals
+    std::vector<HtmlRecord*> Records;  // each kSegmentSize records, in Arena
+    std::vector<unsigned> SegmentLines;  // the line of each segment's first record
+    mutable std::vector<HtmlObject**> Made;  // parallel to Records; null segments and slots: not made yet; owned
     // Per object: 0 never printed, 1 printed once, else 2 + the offset of its
     // kept text in PrintedTexts (a 32-bit length, then the bytes). Empty until
     // the first AppendOutputOf.

@@ -34,20 +34,23 @@ NyxString HtmlTagParam::Output() const {
     return out;
 }
 
-void HtmlTagParam::AppendOutputTo(NyxString& out) const {
+void HtmlTagParam::AppendOutputTo(NyxString& out) const { AppendOutputTo(out, Name.View(), Value.View(), Quote, Form); }
+
+void HtmlTagParam::AppendOutputTo(NyxString& out, std::string_view name, std::string_view value, wchar_t quote,
+                                  ValueForm form) {
     // A value given later to a bare parameter (an evaluated copy) is rendered
     // like any other value.
-    if (Form == ValueForm::Bare && Value.IsEmpty()) {
+    if (form == ValueForm::Bare && value.empty()) {
         out.Append(' ');
-        out.AppendBytes(Name.GetString(), Name.GetSize());
+        out.AppendBytes(name.data(), name.size());
         return;
     }
-    const char quote = Quote == L'\'' ? '\'' : '"';
-    out.Reserve(out.GetSize() + Name.GetSize() + Value.GetSize() + 4);
+    const char mark = quote == L'\'' ? '\'' : '"';
+    out.Reserve(out.GetSize() + static_cast<unsigned>(name.size() + value.size()) + 4);
     out.Append(' ');
-    out.AppendBytes(Name.GetString(), Name.GetSize());
+    out.AppendBytes(name.data(), name.size());
     out.Append('=');
-    out.Append(quote);
-    out.AppendBytes(Value.GetString(), Value.GetSize());
-    out.Append(quote);
+    out.Append(mark);
+    out.AppendBytes(value.data(), value.size());
+    out.Append(mark);
 }

@@ -40,6 +40,14 @@ public:
     // nothing escaped.
     NyxString Output() const;
     void AppendOutputTo(NyxString& out) const;
+    // The same for a parameter known only by its parts.
+    static void AppendOutputTo(NyxString& out, std::string_view name, std::string_view value, wchar_t quote,
+                               ValueForm form);
+
+    // A value written "(...)": an expression that the walk evaluates.
+    static bool IsExpressionForm(std::string_view value) {
+        return value.size() >= 2 && value.front() == '(' && value.back() == ')';
+    }
 
 private:
     friend class HtmlObjectArena;

@@ -72,11 +72,15 @@ NyxString::NyxString(NyxString&& other) noexcept : NyxString() {
 
 void NyxString::Grow(unsigned needed) {
     if (needed <= Capacity) return;
-    unsigned capacity = Capacity * 2 > needed ? Capacity * 2 : needed;
-    char* block = static_cast<char*>(std::malloc(static_cast<std::size_t>(capacity) + 1));
+    const std::size_t doubled = static_cast<std::size_t>(Capacity) * 2;
+    const auto capacity = static_cast<unsigned>(std::min<std::size_t>(doubled > needed ? doubled : needed, 0xFFFFFFFEu));
+    if (capacity < needed) throw std::bad_alloc();
+    // realloc moves a large block by remapping its pages: no second copy of
+    // a big output is touched on the way.
+    char* block = static_cast<char*>(Buffer != Inline ? std::realloc(Buffer, static_cast<std::size_t>(capacity) + 1)
+                                                      : std::malloc(static_cast<std::size_t>(capacity) + 1));
     if (block == nullptr) throw std::bad_alloc();
-    std::memcpy(block, Buffer, static_cast<std::size_t>(Size) + 1);
-    if (Buffer != Inline) std::free(Buffer);
+    if (Buffer == Inline) std::memcpy(block, Buffer, static_cast<std::size_t>(Size) + 1);
     Buffer = block;
     Capacity = capacity;
 }

@@ -1,8 +1,10 @@
-// Tests of HtmlObjectList: reading files, numbering, ReplaceEntry.
+// Tests of HtmlObjectList: reading files, numbering, ReplaceEntry, and the
+// records that answer for objects not made yet.
 #include "values/HtmlObjectList.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -197,6 +199,70 @@ TEST(HtmlObjectListTest, ManyObjectsStayInOrderAcrossSegments) {
     list->ReplaceEntry(12345, new HtmlObject(0));
     EXPECT_EQ(list->GetEntry(12345)->GetTagId(), TagId::Text);
     EXPECT_EQ(list->GetEntry(12346)->GetTagLabel().ToStd(), "i");
+}
+
+// What the records say without an object must be what the object says once
+// made: for every object of a page with long labels, blank lines, parameters,
+// expressions, raw text and end tags, on both sides of segment boundaries.
+TEST(HtmlObjectListTest, RecordsAnswerAsTheObjectsMadeFromThem) {
+    std::string source;
+    for (int i = 0; i < 700; ++i) {
+        source += "<p class=\"c\" title='t'>line\n" + std::to_string(i) + "</p>\n\n<br/><br />";
+        if (i % 97 == 0) source += "<" + std::string(300, 'L') + " a=1>\n</" + std::string(256, 'Q') + ">";
+        if (i % 50 == 0) source += "<img src=(n)><script>a<b\n</script>";
+    }
+    const auto fromRecords = Parse(source);
+    const auto made = Parse(source);
+    for (unsigned i = 0; i < made->GetCount(); ++i) made->GetEntry(static_cast<int>(i));  // every object made first
+    ASSERT_EQ(fromRecords->GetCount(), made->GetCount());
+    for (int i = 0; i < static_cast<int>(made->GetCount()); ++i) {
+        const HtmlObject& object = *made->GetEntry(i);
+        SCOPED_TRACE(i);
+        EXPECT_EQ(fromRecords->GetTagIdOf(i), object.GetTagId());
+        EXPECT_EQ(fromRecords->IsEndTagOf(i), object.IsEndTag());
+        const auto before = source.begin() + static_cast<std::ptrdiff_t>(object.GetSourceOffset());
+        EXPECT_EQ(fromRecords->GetLineNumOf(i), 1 + std::count(source.begin(), before, '\n'));
+        EXPECT_EQ(object.GetLineNum(), fromRecords->GetLineNumOf(i));
+        EXPECT_EQ(fromRecords->GetLabelOf(i), object.GetTagLabel().View());
+        EXPECT_EQ(fromRecords->GetTextOf(i), object.GetText().View());
+        NyxString fromRecord;
+        fromRecords->AppendOutputOf(i, fromRecord);
+        EXPECT_EQ(fromRecord.ToStd(), object.Output().ToStd());
+        std::unique_ptr<HtmlObject> copy(fromRecords->CopyEntry(i));
+        EXPECT_EQ(copy->Output().ToStd(), object.Output().ToStd());
+        EXPECT_EQ(copy->GetSourceSize(), object.GetSourceSize());
+        EXPECT_EQ(fromRecords->HasExpressionParam(i), object.GetTagLabel() == "img");
+    }
+}
+
+// A page of small tags costs its records, not an object each: the walk of
+// such a page must not make objects to print them.
+TEST(HtmlObjectListTest, APageOfSmallTagsStaysAFewBytesPerByte) {
+    std::string source;
+    for (int i = 0; i < 300000; ++i) source += "<b>";
+    const auto list = Parse(source);
+    NyxString out;
+    for (int i = 0; i < static_cast<int>(list->GetCount()); ++i) list->AppendOutputOf(i, out);
+    EXPECT_EQ(out.GetSize(), source.size());
+    EXPECT_LT(list->GetUsedBytes(), source.size() * 4);
+    EXPECT_EQ(list->GetEntry(299999)->GetLineNum(), 1u);
+}
+
+TEST(HtmlObjectListTest, ARestoredListReadsAsParsedAgain) {
+    auto list = Parse("a<b x=1>\nc<i>d");
+    list->KeepOriginals();
+    auto* copy = new HtmlObject(*list->GetEntry(1));
+    copy->AddEntry(new HtmlTagParam("cached", "p", 0));
+    list->ReplaceEntry(1, copy);
+    EXPECT_FALSE(list->IsAsParsed(1));
+    EXPECT_EQ(list->GetTextOf(2), "\nc");  // its neighbour's size still comes from the text
+    NyxString out;
+    list->AppendOutputOf(1, out);
+    EXPECT_EQ(out.ToStd(), "<b x=\"1\" cached=\"p\">");
+    EXPECT_TRUE(list->RestoreOriginals());
+    EXPECT_TRUE(list->IsAsParsed(1));
+    EXPECT_EQ(list->GetEntry(1)->Output().ToStd(), "<b x=\"1\">");
+    EXPECT_EQ(list->GetLineNumOf(3), 2u);
 }
 
 }  // namespace

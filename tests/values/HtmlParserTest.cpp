@@ -298,13 +298,4 @@ TEST(HtmlParserTest, ParsesALargePageInFull) {
     EXPECT_EQ(list->GetEntry(6 * 19999)->GetLineNum(), 20000u);
 }
 
-TEST(HtmlParserTest, ParserWithoutArenaMakesHeapObjects) {
-    std::vector<HtmlObject*> objects;
-    HtmlParser parser("a<b x=1>c");
-    parser.Parse([&objects](HtmlObject* object) { objects.push_back(object); });
-    ASSERT_EQ(objects.size(), 3u);
-    EXPECT_EQ(objects[1]->Output().ToStd(), "<b x=\"1\">");
-    for (HtmlObject* object : objects) delete object;
-}
-
 }  // namespace

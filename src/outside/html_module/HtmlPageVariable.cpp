@@ -14,9 +14,8 @@ HtmlPageVariable* HtmlPageVariable::FromList(const HtmlObjectList& list, const N
     const unsigned count = list.GetCount();
     snapshot->Objects.reserve(count);
     for (unsigned i = 0; i < count; ++i) {
-        const HtmlObject* object = list.GetEntry(static_cast<int>(i));
-        if (object == nullptr) return nullptr;
-        auto* copy = new (std::nothrow) HtmlObject(*object);
+        // A copy straight from the list: the page need not make its own objects.
+        HtmlObject* copy = list.CopyEntry(static_cast<int>(i));
         if (copy == nullptr) return nullptr;
         snapshot->Objects.emplace_back(copy);
     }
