@@ -154,7 +154,7 @@ void HtmlObjectList::ReplaceEntry(int index, HtmlObject* object) {
     HtmlObject* previous = slot;
     if (previousRecord.TagId != object->GetTagId() || (previousRecord.Is(HtmlRecord::kEnd) ? 1 : 0) != object->IsEndTag())
         BlockIndex.reset();
-    if (!PrintMarks.empty()) PrintMarks[at] = 0;
+    ForgetPrint(at);
     KeptRuns.ForgetAll();
     Attachments.clear();
     slot = object;
@@ -172,7 +172,7 @@ bool HtmlObjectList::RestoreOriginals() {
         HtmlRecord& record = RecordAt(index);
         if (record.TagId != original.Record.TagId || record.Is(HtmlRecord::kEnd) != original.Record.Is(HtmlRecord::kEnd))
             BlockIndex.reset();
-        if (!PrintMarks.empty()) PrintMarks[index] = 0;
+        ForgetPrint(index);
         Destroy(slot);
         slot = original.Object;
         record = original.Record;
@@ -190,7 +190,7 @@ std::size_t HtmlObjectList::GetMemoryBytes() const {
 std::size_t HtmlObjectList::GetUsedBytes() const {
     return sizeof *this + Arena.GetUsedBytes() + Text.size() + (Records.capacity() + Made.capacity()) * sizeof(void*) +
            SegmentLines.capacity() * sizeof(unsigned) +
-           PrintMarks.capacity() * sizeof(uint32_t) + PrintedTexts.capacity() + KeptRuns.GetMemoryBytes() +
+           PrintedOnce.capacity() * sizeof(uint64_t) + PrintedAgain.size() * 32 + PrintedTexts.capacity() + KeptRuns.GetMemoryBytes() +
            (BlockIndex != nullptr ? sizeof(HtmlBlockIndex) + 4 * Count * sizeof(int) : 0);
 }
 
@@ -201,7 +201,6 @@ void HtmlObjectList::AddEntry(HtmlObject* object) {
     if (ParsedCount == kNoCount) ParsedCount = Count;
     AppendRecord(RecordOf(*object), object->GetLineNum());
     MadeSlot(Count - 1) = object;
-    if (!PrintMarks.empty()) PrintMarks.push_back(0);
     KeptRuns.ForgetAll();
     Attachments.clear();
 }
@@ -244,13 +243,13 @@ void HtmlObjectList::AppendOutputOf(int index, NyxString& out) const {
     }
     // A tag with parameters is rendered afresh the first time and kept from
     // the second on.
-    if (PrintMarks.empty()) PrintMarks.assign(Count, 0);
-    uint32_t& mark = PrintMarks[static_cast<unsigned>(index)];
-    if (mark >= 2) {
-        const char* kept = PrintedTexts.data() + (mark - 2);
+    const auto at = static_cast<unsigned>(index);
+    const auto kept = PrintedAgain.find(at);
+    if (kept != PrintedAgain.end()) {
+        const char* text = PrintedTexts.data() + kept->second;
         uint32_t size;
-        std::memcpy(&size, kept, sizeof size);
-        out.AppendBytes(kept + sizeof size, size);
+        std::memcpy(&size, text, sizeof size);
+        out.AppendBytes(text + sizeof size, size);
         return;
     }
     const unsigned before = out.GetSize();
@@ -259,16 +258,24 @@ void HtmlObjectList::AppendOutputOf(int index, NyxString& out) const {
     } else {
         HtmlParser::AppendTagOutput(std::string_view(Text.data(), Text.size()), record.Offset, record.Is(HtmlRecord::kEnd), out);
     }
-    if (mark == 0) {
-        mark = 1;
+    if (PrintedOnce.size() * 64 < Count) PrintedOnce.resize((Count + 63) / 64, 0);
+    uint64_t& word = PrintedOnce[at / 64];
+    const uint64_t bit = uint64_t{1} << (at % 64);
+    if ((word & bit) == 0) {
+        word |= bit;
         return;
     }
     const uint32_t size = out.GetSize() - before;
     // Offsets stay below 4 GiB; a page with more to keep prints the rest afresh.
-    if (PrintedTexts.size() + sizeof size + size >= UINT32_MAX - 2) return;
-    mark = static_cast<uint32_t>(PrintedTexts.size()) + 2;
+    if (PrintedTexts.size() + sizeof size + size >= UINT32_MAX) return;
+    PrintedAgain.emplace(at, static_cast<uint32_t>(PrintedTexts.size()));
     PrintedTexts.append(reinterpret_cast<const char*>(&size), sizeof size);
     PrintedTexts.append(out.GetString() + before, size);
+}
+
+void HtmlObjectList::ForgetPrint(unsigned index) const {
+    if (index / 64 < PrintedOnce.size()) PrintedOnce[index / 64] &= ~(uint64_t{1} << (index % 64));
+    PrintedAgain.erase(index);
 }
 
 const HtmlBlockIndex& HtmlObjectList::GetBlockIndex() const {

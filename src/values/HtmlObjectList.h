@@ -125,6 +125,7 @@ private:
     bool InRange(int index) const { return index >= 0 && static_cast<unsigned>(index) < Count; }
     HtmlRecord& RecordAt(unsigned index) const { return Records[index >> kSegmentShift][index & kSegmentMask]; }
     HtmlObject*& MadeSlot(unsigned index) const;
+    void ForgetPrint(unsigned index) const;
     HtmlObject* Make(unsigned index) const;
     HtmlObject* MakeFromRecord(unsigned index, HtmlObjectArena* arena) const;
     static HtmlRecord RecordOf(const HtmlObject& object);
@@ -157,10 +158,11 @@ private:
     std::vector<HtmlRecord*> Records;  // each kSegmentSize records, in Arena
     std::vector<unsigned> SegmentLines;  // the line of each segment's first record
     mutable std::vector<HtmlObject**> Made;  // parallel to Records; null segments and slots: not made yet; owned
-    // Per object: 0 never printed, 1 printed once, else 2 + the offset of its
-    // kept text in PrintedTexts (a 32-bit length, then the bytes). Empty until
-    // the first AppendOutputOf.
-    mutable std::vector<uint32_t> PrintMarks;
+    // Tags printed once, a bit each (empty until the first), and for those
+    // printed again the offset of their kept text in PrintedTexts (a 32-bit
+    // length, then the bytes): a page walked once pays a bit per object.
+    mutable std::vector<uint64_t> PrintedOnce;
+    mutable std::unordered_map<unsigned, uint32_t> PrintedAgain;
     mutable std::string PrintedTexts;
     mutable HtmlKeptRuns KeptRuns;
     mutable std::unordered_map<int, std::unique_ptr<HtmlListAttachment>> Attachments;

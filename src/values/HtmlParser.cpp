@@ -240,11 +240,14 @@ std::size_t ScanTag(std::string_view text, std::size_t at, bool isEnd, Receiver&
 // One run over one text, handing a record per object to the sink.
 class Tokenizer {
 public:
-    using Sink = void (*)(void* context, const HtmlRecord& record, unsigned line);
+    // The sink asks for a record's line only when it keeps one.
+    using Sink = void (*)(void* context, const HtmlRecord& record, Tokenizer& tokenizer);
     Tokenizer(std::string_view source, Sink sink, void* context)
         : Source(source), Begin(source.data()), Size(source.size()), Emit(sink), Context(context) {}
 
     void Run();
+    // The line of `offset`; offsets must only grow from call to call.
+    unsigned LineAt(std::size_t offset);
 
 private:
     std::size_t TakeTag(std::size_t at, bool isEnd);
@@ -254,7 +257,6 @@ private:
     std::size_t SkipPastGreater(std::size_t from) const;
     void EmitText(std::size_t from, std::size_t to, bool evenEmpty);
     void EmitTag(const ShapeReceiver& shape, bool isEnd, std::size_t at, std::size_t behind);
-    unsigned LineAt(std::size_t offset);
 
     uint8_t ClassAt(std::size_t offset) const { return kByteClasses.Of[static_cast<unsigned char>(Begin[offset])]; }
 
@@ -371,7 +373,7 @@ void Tokenizer::EmitText(std::size_t from, std::size_t to, bool evenEmpty) {
         const std::size_t size = to - from < HtmlParser::kMaxObjectSize ? to - from : HtmlParser::kMaxObjectSize;
         HtmlRecord record;
         record.Offset = static_cast<uint32_t>(from);
-        Emit(Context, record, LineAt(from));
+        Emit(Context, record, *this);
         from += size;
     } while (from < to);
     TextStart = to;
@@ -387,7 +389,7 @@ void Tokenizer::EmitTag(const ShapeReceiver& shape, bool isEnd, std::size_t at, 
     } else {
         record.Bits |= HtmlRecord::kNeedsObject;
     }
-    Emit(Context, record, LineAt(at));
+    Emit(Context, record, *this);
     TextStart = behind;
 }
 
@@ -411,8 +413,10 @@ HtmlParser::HtmlParser(std::string_view text) : Source(text) {}
 
 void HtmlParser::ParseInto(HtmlObjectList& list) {
     // A lambda of this member may reach the list's private appending.
-    Tokenizer tokenizer(Source, [](void* context, const HtmlRecord& record, unsigned line) {
-        static_cast<HtmlObjectList*>(context)->AppendRecord(record, line);
+    Tokenizer tokenizer(Source, [](void* context, const HtmlRecord& record, Tokenizer& lines) {
+        auto& into = *static_cast<HtmlObjectList*>(context);
+        const bool keepsLine = (into.Count & HtmlObjectList::kSegmentMask) == 0;
+        into.AppendRecord(record, keepsLine ? lines.LineAt(record.Offset) : 0);
     }, &list);
     tokenizer.Run();
 }
