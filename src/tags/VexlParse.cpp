@@ -103,10 +103,12 @@ bool VexlParse::IsUserTag(int index) {
 }
 
 int VexlParse::Walk(int index, HtmlObject* stop) {
-    // Stretches pay off only where the walk comes by again, in a loop's body;
-    // one is written whole only if no object in it could be the stop.
-    const bool stretches = Page->Walks->Loops > 0 && (stop == nullptr || stop->GetTagId() >= TagId::FirstOwnTag);
+    // Stretches pay off only where the walk comes by again, in a loop's body
+    // or in the next request for a page kept by a long-running process; one
+    // is written whole only if no object in it could be the stop.
     const HtmlObjectList& list = *Page->HtmlList;
+    const bool stretches = (Page->Walks->Loops > 0 || list.IsKeptAcrossRequests()) &&
+                           (stop == nullptr || stop->GetTagId() >= TagId::FirstOwnTag);
     for (int id = list.GetTagIdOf(index); id >= 0; id = list.GetTagIdOf(index)) {
         if (stop != nullptr && id == stop->GetTagId() && list.IsEndTagOf(index) == stop->IsEndTag()) {
             return 1;

@@ -32,10 +32,13 @@ void HtmlKeptRuns::Keep(unsigned index, unsigned next, std::string_view text) {
     Texts.append(reinterpret_cast<const char*>(&size), sizeof size);
     Texts.append(reinterpret_cast<const char*>(&end), sizeof end);
     Texts.append(text);
+    if (Held.size() * 64 < next) Held.resize((next + 63) / 64, 0);
+    for (unsigned i = index; i < next; ++i) Held[i / 64] |= uint64_t{1} << (i % 64);
 }
 
 void HtmlKeptRuns::ForgetAll() {
     Texts.clear();
+    Held.clear();
     if (++Generation != 0) return;
     // After four billion changes the oldest marks could look current again.
     Marks.assign(Marks.size(), Mark{});

@@ -22,8 +22,15 @@ public:
     void Keep(unsigned index, unsigned next, std::string_view text);
     // Forgets every stretch, as when an object of the list changes.
     void ForgetAll();
+    // True when a kept stretch holds the object at `index`: a change to any
+    // other object leaves every stretch as it is.
+    bool Holds(unsigned index) const {
+        return index / 64 < Held.size() && (Held[index / 64] & (uint64_t{1} << (index % 64))) != 0;
+    }
     // The bytes it holds.
-    std::size_t GetMemoryBytes() const { return Marks.capacity() * sizeof(Mark) + Texts.capacity(); }
+    std::size_t GetMemoryBytes() const {
+        return Marks.capacity() * sizeof(Mark) + Texts.capacity() + Held.capacity() * sizeof(uint64_t);
+    }
 
 private:
     struct Mark {
@@ -32,5 +39,6 @@ private:
     };
     std::vector<Mark> Marks;  // per object; empty until the first Look
     std::string Texts;        // per stretch: its 32-bit size, its 32-bit next index, then the bytes
+    std::vector<uint64_t> Held;  // a bit per object inside a kept stretch
     uint32_t Generation = 1;
 };

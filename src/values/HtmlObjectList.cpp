@@ -155,7 +155,7 @@ void HtmlObjectList::ReplaceEntry(int index, HtmlObject* object) {
     if (previousRecord.TagId != object->GetTagId() || (previousRecord.Is(HtmlRecord::kEnd) ? 1 : 0) != object->IsEndTag())
         BlockIndex.reset();
     ForgetPrint(at);
-    KeptRuns.ForgetAll();
+    if (KeptRuns.Holds(at)) KeptRuns.ForgetAll();
     Attachments.clear();
     slot = object;
     // The place in the text stays the parsed one: the sizes and lines of
@@ -168,6 +168,7 @@ void HtmlObjectList::ReplaceEntry(int index, HtmlObject* object) {
 
 bool HtmlObjectList::RestoreOriginals() {
     for (auto& [index, original] : Originals) {
+        if (KeptRuns.Holds(index)) KeptRuns.ForgetAll();
         HtmlObject*& slot = MadeSlot(index);
         HtmlRecord& record = RecordAt(index);
         if (record.TagId != original.Record.TagId || record.Is(HtmlRecord::kEnd) != original.Record.Is(HtmlRecord::kEnd))
@@ -177,7 +178,6 @@ bool HtmlObjectList::RestoreOriginals() {
         slot = original.Object;
         record = original.Record;
     }
-    if (!Originals.empty()) KeptRuns.ForgetAll();
     Originals.clear();
     Attachments.clear();
     return !Grown;

@@ -75,6 +75,8 @@ public:
     // request's script context). RestoreOriginals is false when the list
     // cannot be had as parsed again (an entry was added).
     void KeepOriginals() { KeepingOriginals = true; }
+    // True for such a list: a walk of it comes by again in a later request.
+    bool IsKeptAcrossRequests() const { return KeepingOriginals; }
     bool RestoreOriginals();
     // About the bytes the list holds: its records and arena, the text it was
     // parsed from, and what the walks kept.
@@ -99,7 +101,7 @@ public:
     void AppendOutputOf(int index, NyxString& out) const;
 
     // The walker's kept stretches of objects printed as they are; forgotten
-    // whenever an entry is replaced or added.
+    // whenever an entry is added, or one inside a stretch is replaced.
     HtmlKeptRuns& GetKeptRuns() const { return KeptRuns; }
 
     // What a handler keeps about the object at `index`, or null. Every

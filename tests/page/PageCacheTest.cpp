@@ -1,5 +1,6 @@
 // Tests of PageCache: a cached render writes the bytes of a fresh one (every
-// golden page, rendered twice through one cache), a changed file is read again
+// golden page, rendered three times through one cache: the third writes the
+// stretches the second kept), a changed file is read again
 // on the next request, and the kept lists stay within the bound.
 #include "page/PageCache.h"
 
@@ -101,6 +102,7 @@ TEST(PageCache, CachedRendersOfEveryGoldenPageMatchAFreshOne) {
         const std::string fresh = Render(page, options, nullptr);
         EXPECT_EQ(Render(page, options, &cache), fresh) << page << " (first render through the cache)";
         EXPECT_EQ(Render(page, options, &cache), fresh) << page << " (second render through the cache)";
+        EXPECT_EQ(Render(page, options, &cache), fresh) << page << " (third render, from kept stretches)";
     }
     EXPECT_GT(cache.GetKeptCount(), 0u);
 }

@@ -7,7 +7,7 @@
 
 #define VEXL_SQLITE_FUNCTIONS(X)                                                                            \
     X(sqlite3_bind_blob) X(sqlite3_bind_int64) X(sqlite3_bind_parameter_count) X(sqlite3_bind_text)         \
-    X(sqlite3_busy_timeout) X(sqlite3_changes) X(sqlite3_clear_bindings) X(sqlite3_close)                   \
+    X(sqlite3_busy_handler) X(sqlite3_busy_timeout) X(sqlite3_changes) X(sqlite3_clear_bindings) X(sqlite3_close)                   \
     X(sqlite3_close_v2) X(sqlite3_column_blob) X(sqlite3_column_bytes) X(sqlite3_column_count)              \
     X(sqlite3_column_int64) X(sqlite3_column_text) X(sqlite3_db_config) X(sqlite3_exec) X(sqlite3_finalize) \
     X(sqlite3_get_autocommit) X(sqlite3_open_v2) X(sqlite3_prepare_v2) X(sqlite3_prepare_v3)                \

@@ -273,6 +273,7 @@ private:
     bool SessionLocked = false;     // this request holds the session's lock
     bool SessionBusy = false;       // the lock or the write-back failed: the session is not used
     bool SessionDirty = false;      // something to write back at the end
+    bool SessionIsNew = false;      // made by this request: it holds no variables yet
     NyxString SessionProblem;       // what went wrong with the session, for the front end's log
     bool SettleClaim(NyxString& error);
     bool LockSession(NyxString& error);

@@ -118,6 +118,7 @@ void Engine::ExpireSessions(unsigned ageSeconds) {
 void Engine::SetSessionId(unsigned id) {
     SessionId = id;
     SessionIdSet = true;
+    SessionIsNew = false;
     // The end of the request touches the session (not now: the caller
     // expires idle sessions next, and this one must not look active before).
     SessionDirty = true;
@@ -132,6 +133,7 @@ void Engine::ClaimSession(unsigned id, const std::string& secret, unsigned expir
     Claim.Settled = std::move(settled);
     Claim.SettleTried = false;
     SessionIdSet = false;
+    SessionIsNew = false;
 }
 
 bool Engine::SettleClaim(NyxString& error) {
@@ -149,6 +151,7 @@ bool Engine::SettleClaim(NyxString& error) {
             if (store->Create(candidate, secret)) {
                 id = candidate;
                 Claim.Secret = std::move(secret);
+                SessionIsNew = true;
             }
         }
         if (id == 0) {
@@ -201,7 +204,7 @@ bool Engine::DeclareSessionVariable(std::string_view name, DeclaredType type, Va
         error = "no value for the session variable";
         return false;
     }
-    if (Variable* stored = store != nullptr ? store->Load(SessionId, variableName) : nullptr) {
+    if (Variable* stored = store != nullptr && !SessionIsNew ? store->Load(SessionId, variableName) : nullptr) {
         // The declared type stands; the stored value is converted to it.
         Value value = Value::MakeNone();
         NyxString ignored;

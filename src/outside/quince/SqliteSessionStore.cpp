@@ -92,7 +92,7 @@ bool SqliteSessionStore::Open(const NyxString& databasePath) {
         OpenProblem = "'" + path + "' cannot be opened";
         return false;
     }
-    SqliteLibrary().sqlite3_busy_timeout(Database, kBusyTimeoutMilliseconds);
+    BusyWait.Install(Database, kBusyTimeoutMilliseconds);
     // WAL lets readers of other requests go on while one writes; a file system
     // without shared memory keeps the default journal, which works too.
     SqliteLibrary().sqlite3_exec(Database, "PRAGMA journal_mode=WAL", nullptr, nullptr, nullptr);
@@ -280,15 +280,22 @@ void SqliteSessionStore::Expire(uint32_t ageSeconds) {
 void SqliteSessionStore::ExpireNowAndThen(uint32_t ageSeconds, uint32_t intervalSeconds) {
     if (!IsOpen()) return;
     const int64_t now = Now();
-    // A plain read first: most requests stop here without taking the write lock.
+    // What this connection saw last: until then no request of it need ask.
+    if (now - LastExpirySeen < static_cast<int64_t>(intervalSeconds) && LastExpirySeen <= now) return;
+    // A plain read next: most requests stop here without taking the write lock.
     sqlite3_stmt* statement = Statement(SelectLastExpiry);
     const int64_t last = SqliteLibrary().sqlite3_step(statement) == SQLITE_ROW ? SqliteLibrary().sqlite3_column_int64(statement, 0) : 0;
     SqliteLibrary().sqlite3_reset(statement);
+    LastExpirySeen = last;
     if (now - last < static_cast<int64_t>(intervalSeconds) && last <= now) return;
     if (!Begin()) return;
     SqliteLibrary().sqlite3_bind_int64(Statement(UpsertLastExpiry), 1, now);
     const bool done = Run(UpsertLastExpiry) && DeleteIdle(now - static_cast<int64_t>(ageSeconds));
-    if (!done || !Run(CommitTransaction)) Run(RollbackTransaction);
+    if (!done || !Run(CommitTransaction)) {
+        Run(RollbackTransaction);
+        return;
+    }
+    LastExpirySeen = now;
 }
 
 bool SqliteSessionStore::Lock(uint32_t id, unsigned timeoutMilliseconds) {
@@ -300,5 +307,5 @@ void SqliteSessionStore::Unlock(uint32_t id) {
 }
 
 void SqliteSessionStore::SetBusyTimeout(unsigned milliseconds) {
-    if (IsOpen()) SqliteLibrary().sqlite3_busy_timeout(Database, static_cast<int>(milliseconds));
+    if (IsOpen()) BusyWait.Install(Database, milliseconds);
 }

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <memory>
 
+#include "outside/foundation/SqliteBusyWait.h"
 #include "outside/quince/SessionStore.h"
 
 struct sqlite3;
@@ -70,7 +71,9 @@ private:
     bool UpsertSessionRow(uint32_t id, int64_t now);
     bool DeleteIdle(int64_t limit);  // inside a transaction
 
+    SqliteBusyWait BusyWait;                        // declared first: outlives the connection
     sqlite3* Database = nullptr;                    // null when not open
     sqlite3_stmt* Statements[StatementCount] = {};  // prepared at open
     std::unique_ptr<RangeLock> Locks;               // the file beside the database
+    int64_t LastExpirySeen = 0;                     // the last expiry this connection read or made
 };
