@@ -5,6 +5,8 @@
 # counts a session variable), 2 worker processes each, measured one after the
 # other with the same wrk settings. Checks first that both give the same page
 # (whitespace, quotes and case aside), then prints requests/s and the ratios.
+# Beside them, the ceiling: a FastCGI program of a few lines that only writes
+# the page PHP gave, behind the same lighttpd, which no backend can pass.
 # Installs lighttpd, wrk and php-cgi when missing (Debian packages).
 #
 # Usage: bench/fcgi_vs_php.sh [BUILD_DIR]   (default: ./build; or $VEXL_BUILD_DIR)
@@ -39,8 +41,48 @@ printf '[QuinceConfig]\nSessionStore = %s\n' "$work/sessions.db" > "$work/site/v
 vexl_port=$(vexl_free_port)
 php_port=$(vexl_free_port)
 opcache_port=$(vexl_free_port)
+ceiling_port=$(vexl_free_port)
 while [ "$php_port" = "$vexl_port" ]; do php_port=$(vexl_free_port); done
 while [ "$opcache_port" = "$vexl_port" ] || [ "$opcache_port" = "$php_port" ]; do opcache_port=$(vexl_free_port); done
+while [ "$ceiling_port" = "$vexl_port" ] || [ "$ceiling_port" = "$php_port" ] || [ "$ceiling_port" = "$opcache_port" ]; do
+    ceiling_port=$(vexl_free_port)
+done
+
+# The ceiling: answers each request with one of the two files named in its
+# arguments (the second for the session page), read at the first request:
+# they are saved from PHP's answers once lighttpd runs.
+cat > "$work/ceiling.c" <<'C'
+#include <fcgiapp.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+static char* page[2];
+static long size[2];
+static void load(int i, const char* path) {
+    FILE* f = fopen(path, "rb");
+    if (f == NULL) exit(1);
+    fseek(f, 0, SEEK_END);
+    size[i] = ftell(f);
+    fseek(f, 0, SEEK_SET);
+    page[i] = malloc(size[i] > 0 ? size[i] : 1);
+    if (fread(page[i], 1, size[i], f) != (size_t)size[i]) exit(1);
+    fclose(f);
+}
+int main(int argc, char** argv) {
+    FCGX_Stream *in, *out, *err;
+    FCGX_ParamArray env;
+    if (argc < 3) return 1;
+    while (FCGX_Accept(&in, &out, &err, &env) >= 0) {
+        const char* script = FCGX_GetParam("SCRIPT_NAME", env);
+        int i = script != NULL && strstr(script, "session") != NULL;
+        if (page[i] == NULL) load(i, argv[1 + i]);
+        FCGX_FPrintF(out, "Content-Type: text/html\r\nContent-Length: %ld\r\n\r\n", size[i]);
+        FCGX_PutStr(page[i], (int)size[i], out);
+    }
+    return 0;
+}
+C
+"${CC:-cc}" -O2 -o "$work/ceiling" "$work/ceiling.c" -lfcgi
 
 # One FastCGI server block per port; PHP_FCGI_CHILDREN=0 keeps php-cgi to
 # one process per lighttpd worker, as `vexl fcgi` is.
@@ -69,6 +111,14 @@ $(php_server .php php 0)
 }
 else \$SERVER["socket"] == "127.0.0.1:$opcache_port" {
 $(php_server .php opcache 1)
+}
+else \$SERVER["socket"] == "127.0.0.1:$ceiling_port" {
+    fastcgi.server = ( ".txt" => ((
+        "bin-path" => "$work/ceiling $work/table.saved.html $work/session.saved.html",
+        "socket" => "$work/ceiling.sock",
+        "max-procs" => $procs,
+        "check-local" => "disable"
+    )) )
 }
 else \$SERVER["socket"] == "127.0.0.1:$vexl_port" {
     fastcgi.server = ( ".vxl" => ((
@@ -125,12 +175,17 @@ for page in table session; do
         [ "$port" = "$vexl_port" ] && extension=vxl
         wrk -t "$threads" -c "$connections" -d 1s "http://127.0.0.1:$port/$page.$extension" > /dev/null
     done
+    cp "$work/$page.php.html" "$work/$page.saved.html"
+    fetch "http://127.0.0.1:$ceiling_port/$page.txt" "$work/$page.ceiling.html"
+    wrk -t "$threads" -c "$connections" -d 1s "http://127.0.0.1:$ceiling_port/$page.txt" > /dev/null
     vexl_rps=$(measure "http://127.0.0.1:$vexl_port/$page.vxl")
     php_rps=$(measure "http://127.0.0.1:$php_port/$page.php")
     opcache_rps=$(measure "http://127.0.0.1:$opcache_port/$page.php")
-    printf '%-8s %6d bytes  vexl fcgi %7d req/s   php-cgi %7d req/s   php-cgi+opcache %7d req/s   ratio %.2f / %.2f\n' \
+    ceiling_rps=$(measure "http://127.0.0.1:$ceiling_port/$page.txt")
+    printf '%-8s %6d bytes  vexl fcgi %7d req/s   php-cgi %7d req/s   php-cgi+opcache %7d req/s   ratio %.2f / %.2f   ceiling %7d req/s\n' \
         "$page" "$(wc -c < "$work/$page.vexl.html")" "$vexl_rps" "$php_rps" "$opcache_rps" \
         "$(awk -v a="$vexl_rps" -v b="$php_rps" 'BEGIN { print a / b }')" \
-        "$(awk -v a="$vexl_rps" -v b="$opcache_rps" 'BEGIN { print a / b }')"
+        "$(awk -v a="$vexl_rps" -v b="$opcache_rps" 'BEGIN { print a / b }')" "$ceiling_rps"
 done
-echo "fcgi_vs_php: ratio is vexl fcgi's requests/s over php-cgi's / over php-cgi+opcache's"
+echo "fcgi_vs_php: ratio is vexl fcgi's requests/s over php-cgi's / over php-cgi+opcache's;"
+echo "fcgi_vs_php: ceiling is a FastCGI program that only writes PHP's page, behind the same lighttpd"

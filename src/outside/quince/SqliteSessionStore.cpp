@@ -40,8 +40,9 @@ const char* const kStatements[] = {
     "SELECT 1 FROM sessions WHERE id = ?1",
     "SELECT secret FROM sessions WHERE id = ?1 AND last_access >= ?2",
     "INSERT INTO sessions (id, last_access, secret) VALUES (?1, ?2, ?3) ON CONFLICT (id) DO NOTHING",
+    // A row already touched this second is left alone: no page written.
     "INSERT INTO sessions (id, last_access) VALUES (?1, ?2)"
-    " ON CONFLICT (id) DO UPDATE SET last_access = excluded.last_access",
+    " ON CONFLICT (id) DO UPDATE SET last_access = excluded.last_access WHERE last_access <> excluded.last_access",
     "SELECT type, value FROM session_variables WHERE session_id = ?1 AND name = ?2",
     "INSERT INTO session_variables (session_id, name, type, value) VALUES (?1, ?2, ?3, ?4)"
     " ON CONFLICT (session_id, name) DO UPDATE SET type = excluded.type, value = excluded.value",
