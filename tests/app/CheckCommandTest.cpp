@@ -3,6 +3,8 @@
 // words and places; correct pages give none.
 #include <gtest/gtest.h>
 
+#include "TemporaryFolder.h"
+
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
@@ -134,16 +136,15 @@ TEST(CheckCommandTest, ReadmePageChecksCleanAndDoesWhatItsTextSays)
     ASSERT_NE(end, std::string::npos);
     const std::string page = readme.substr(start + 8, end - start - 8);
 
-    char folder[] = "/tmp/vexl-readme-XXXXXX";
-    ASSERT_NE(mkdtemp(folder), nullptr);
-    std::ofstream(std::string(folder) + "/page.vxl") << page;
-    std::ofstream(std::string(folder) + "/vexl.ini") << "[QuinceConfig]\nSessionStore = " << folder << "/sessions.db\n";
+    TemporaryFolder scratch;
+    const char* folder = scratch.Get().c_str();
+    scratch.Write("page.vxl", page);
+    scratch.Write("vexl.ini", "[QuinceConfig]\nSessionStore = " + scratch.Get() + "/sessions.db\n");
     const ProgramRun check = RunVexl("check page.vxl", folder);
     EXPECT_EQ(check.Status, 0);
     EXPECT_EQ(check.Out, "");
     const ProgramRun first = RunVexl("render page.vxl --ini vexl.ini --session 5", folder);
     const ProgramRun second = RunVexl("render page.vxl --ini vexl.ini --session 5", folder);
-    std::system((std::string("rm -rf '") + folder + "'").c_str());
     EXPECT_NE(first.Out.find("<h1 title=\"Corner Shop orders\">"), std::string::npos) << first.Out;
     EXPECT_NE(first.Out.find("<p class=\"odd\" data-row=\"1\">"), std::string::npos) << first.Out;
     EXPECT_NE(first.Out.find("<p class=\"even\" data-row=\"2\">"), std::string::npos) << first.Out;

@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include "TemporaryFolder.h"
+
 #include <cstdio>
 #include <cstdlib>
 #include <unistd.h>
@@ -42,12 +44,8 @@ TEST(HandlerSettingsTest, OptionsWinOverRequestOverProcess)
 TEST(HandlerSettingsTest, IniBesidePagesIsFoundInTheRoot)
 {
     unsetenv("VEXL_INI");
-    const char* folder = std::getenv("VEXL_TEST_TMP");
-    std::string parent = folder && *folder ? folder : "/tmp";
-    std::string command = "mkdir -p '" + parent + "'";
-    ASSERT_EQ(std::system(command.c_str()), 0);
-    std::string pattern = parent + "/settings-XXXXXX";
-    ASSERT_NE(mkdtemp(pattern.data()), nullptr);
+    TemporaryFolder folder;
+    const std::string pattern = folder.Get();
     HandlerOptions options;
     options.Root = pattern;
     EXPECT_EQ(ResolveHandlerSettings(options, RequestEnvironment()).IniPath, "");
@@ -58,8 +56,6 @@ TEST(HandlerSettingsTest, IniBesidePagesIsFoundInTheRoot)
     EXPECT_EQ(ResolveHandlerSettings(options, RequestEnvironment()).IniPath, ini);
     options.IniPath = "/etc/site.ini";
     EXPECT_EQ(ResolveHandlerSettings(options, RequestEnvironment()).IniPath, "/etc/site.ini");
-    std::remove(ini.c_str());
-    rmdir(pattern.c_str());
 }
 
 TEST(HandlerSettingsTest, OptionParsing)

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include "TemporaryFolder.h"
+
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -17,13 +19,7 @@ class PageLocatorTest : public ::testing::Test {
 protected:
     void SetUp() override
     {
-        const char* folder = std::getenv("VEXL_TEST_TMP");
-        std::string parent = folder && *folder ? folder : "/tmp";
-        std::string command = "mkdir -p '" + parent + "'";
-        ASSERT_EQ(std::system(command.c_str()), 0);
-        std::string pattern = parent + "/locator-XXXXXX";
-        ASSERT_NE(mkdtemp(pattern.data()), nullptr);
-        Base = pattern;
+        Base = Temporary.Get();
         Site = Base + "/site";
         MakeFolder(Site);
         MakeFolder(Site + "/sub");
@@ -39,12 +35,6 @@ protected:
         ASSERT_FALSE(Root.empty());
     }
 
-    void TearDown() override
-    {
-        std::string command = "rm -rf '" + Base + "'";
-        std::system(command.c_str());
-    }
-
     static void MakeFolder(const std::string& path) { ASSERT_EQ(mkdir(path.c_str(), 0700), 0) << path; }
     static void MakeFile(const std::string& path)
     {
@@ -54,6 +44,7 @@ protected:
         std::fclose(file);
     }
 
+    TemporaryFolder Temporary;
     std::string Base, Site, Root;
 };
 

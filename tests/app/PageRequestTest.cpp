@@ -9,6 +9,8 @@
 
 #include <gtest/gtest.h>
 
+#include "TemporaryFolder.h"
+
 #include <cstdio>
 #include <cstdlib>
 #include <regex>
@@ -59,13 +61,7 @@ class PageRequestTest : public ::testing::Test {
 protected:
     void SetUp() override
     {
-        const char* folder = std::getenv("VEXL_TEST_TMP");
-        std::string parent = folder && *folder ? folder : "/tmp";
-        std::string command = "mkdir -p '" + parent + "'";
-        ASSERT_EQ(std::system(command.c_str()), 0);
-        std::string pattern = parent + "/pagerequest-XXXXXX";
-        ASSERT_NE(mkdtemp(pattern.data()), nullptr);
-        Base = pattern;
+        Base = Temporary.Get();
         Site = Base + "/site";
         ASSERT_EQ(mkdir(Site.c_str(), 0700), 0);
         ASSERT_EQ(mkdir((Site + "/sub").c_str(), 0700), 0);
@@ -84,12 +80,6 @@ protected:
         Environment["SCRIPT_NAME"] = "/cgi-bin/vexl";
     }
 
-    void TearDown() override
-    {
-        std::string command = "rm -rf '" + Base + "'";
-        std::system(command.c_str());
-    }
-
     static void Write(const std::string& path, const std::string& text)
     {
         std::FILE* file = std::fopen(path.c_str(), "w");
@@ -104,6 +94,7 @@ protected:
         return RenderPageRequest(Environment, reader, Settings);
     }
 
+    TemporaryFolder Temporary;
     std::string Base, Site;
     HandlerSettings Settings;
     RequestEnvironment Environment;

@@ -3,6 +3,8 @@
 // the body.
 #include <gtest/gtest.h>
 
+#include "TemporaryFolder.h"
+
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -23,15 +25,8 @@ class RenderCommandTest : public ::testing::Test {
 protected:
     void SetUp() override
     {
-        const char* folder = std::getenv("VEXL_TEST_TMP");
-        std::string parent = folder && *folder ? folder : "/tmp";
-        ASSERT_EQ(std::system(("mkdir -p '" + parent + "'").c_str()), 0);
-        std::string pattern = parent + "/render-XXXXXX";
-        ASSERT_NE(mkdtemp(pattern.data()), nullptr);
-        Work = pattern;
+        Work = Temporary.Get();
     }
-
-    void TearDown() override { std::system(("rm -rf '" + Work + "'").c_str()); }
 
     void Write(const std::string& name, const std::string& bytes)
     {
@@ -59,6 +54,7 @@ protected:
         return result;
     }
 
+    TemporaryFolder Temporary;
     std::string Work;
 };
 

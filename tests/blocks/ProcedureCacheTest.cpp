@@ -4,6 +4,8 @@
 // A second compile would add a second parameter to a copy of the copy.
 #include <gtest/gtest.h>
 
+#include "TemporaryFolder.h"
+
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -25,18 +27,16 @@ int CountParameters(const HtmlObject* tag, const char* name) {
 class ProcedureCache : public testing::Test {
 protected:
     void Render(const std::string& text) {
-        char folder[] = "/tmp/vexl-cache-XXXXXX";
-        ASSERT_NE(mkdtemp(folder), nullptr);
-        Folder = folder;
+        Folder = Temporary.Get();
         const fs::path path = Folder / "page.vxl";
         std::ofstream(path, std::ios::binary) << text;
         Page.SetOutput(&Output);
         Page.SetFile(path.c_str());
     }
-    void TearDown() override { fs::remove_all(Folder); }
 
     NyxString Output;
     VexlPage Page;
+    TemporaryFolder Temporary;
     fs::path Folder;
 };
 

@@ -16,7 +16,7 @@
 
 #include <gtest/gtest.h>
 
-#include "outside/foundation/TemporaryFolder.h"
+#include "TemporaryFolder.h"
 #include "page/VexlPage.h"
 
 namespace fs = std::filesystem;

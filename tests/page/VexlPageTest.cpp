@@ -2,6 +2,8 @@
 // and the end of the request.
 #include <gtest/gtest.h>
 
+#include "TemporaryFolder.h"
+
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -18,12 +20,7 @@ namespace {
 
 class VexlPageTest : public testing::Test {
 protected:
-    void SetUp() override {
-        char folder[] = "/tmp/vexl-page-XXXXXX";
-        ASSERT_NE(mkdtemp(folder), nullptr);
-        Folder = folder;
-    }
-    void TearDown() override { fs::remove_all(Folder); }
+    void SetUp() override { Folder = Temporary.Get(); }
 
     std::string Write(const std::string& name, const std::string& text) {
         const fs::path path = Folder / name;
@@ -35,6 +32,7 @@ protected:
         return Write("site.ini", "[QuinceConfig]\nSessionStore = " + (Folder / "s.db").string() + "\n");
     }
 
+    TemporaryFolder Temporary;
     fs::path Folder;
 };
 

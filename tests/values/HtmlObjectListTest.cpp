@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include "TemporaryFolder.h"
+
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -18,30 +20,9 @@ using html_test::Parse;
 
 namespace {
 
-// A folder for this test's files, removed at the end.
-class TempFolder {
-public:
-    TempFolder() {
-        const char* base = std::getenv("VEXL_TEST_TMP");
-        std::filesystem::path root = base != nullptr && *base != '\0' ? base : std::filesystem::temp_directory_path();
-        std::filesystem::create_directories(root);
-        std::string pattern = (root / "html-list-XXXXXX").string();
-        if (mkdtemp(pattern.data()) != nullptr) Path = pattern;
-    }
-    ~TempFolder() {
-        std::error_code ignored;
-        if (!Path.empty()) std::filesystem::remove_all(Path, ignored);
-    }
-    std::string Write(const std::string& name, const std::string& contents) const {
-        const std::string file = (Path / name).string();
-        std::ofstream(file, std::ios::binary) << contents;
-        return file;
-    }
-    std::filesystem::path Path;
-};
 
 TEST(HtmlObjectListTest, ReadsAndParsesAFile) {
-    TempFolder folder;
+    TemporaryFolder folder;
     const char text[] = "<html>\r\n<body>Hello\0world</body>\n";
     const std::string source(text, sizeof text - 1);
     const std::string path = folder.Write("page.html", source);
@@ -53,7 +34,7 @@ TEST(HtmlObjectListTest, ReadsAndParsesAFile) {
 }
 
 TEST(HtmlObjectListTest, FileWithNulBytesIsReadWhole) {
-    TempFolder folder;
+    TemporaryFolder folder;
     const std::string source("a\0b<p>\0", 7);
     const std::string path = folder.Write("nul.html", source);
     HtmlObjectList list{NyxString(path.c_str())};
@@ -61,13 +42,13 @@ TEST(HtmlObjectListTest, FileWithNulBytesIsReadWhole) {
 }
 
 TEST(HtmlObjectListTest, UnreadablePathGivesAnEmptyList) {
-    TempFolder folder;
-    HtmlObjectList missing{NyxString((folder.Path / "absent.html").string().c_str())};
+    TemporaryFolder folder;
+    HtmlObjectList missing{NyxString((folder / "absent.html").c_str())};
     EXPECT_EQ(missing.GetCount(), 0u);
     EXPECT_EQ(missing.GetEntry(0), nullptr);
     EXPECT_FALSE(missing.WasRead());
     EXPECT_FALSE(missing.WasOpened());
-    HtmlObjectList directory{NyxString(folder.Path.string().c_str())};
+    HtmlObjectList directory{NyxString(folder.Get().c_str())};
     EXPECT_EQ(directory.GetCount(), 0u);
     EXPECT_TRUE(directory.WasOpened());
     EXPECT_FALSE(directory.WasRead());
@@ -76,7 +57,7 @@ TEST(HtmlObjectListTest, UnreadablePathGivesAnEmptyList) {
 }
 
 TEST(HtmlObjectListTest, EmptyFileGivesNoObjects) {
-    TempFolder folder;
+    TemporaryFolder folder;
     HtmlObjectList list{NyxString(folder.Write("empty.html", "").c_str())};
     EXPECT_TRUE(list.WasRead());
     EXPECT_EQ(list.GetCount(), 0u);

@@ -153,6 +153,7 @@ TEST(HtmlParserTest, CommentsAreTextAndHideTags) {
     EXPECT_EQ(Tokens("<!-->x<b>"), "T(<!-->x)|+<b>");
     EXPECT_EQ(Tokens("<!--->x<b>"), "T(<!--->x)|+<b>");
     EXPECT_EQ(Tokens("<!-- a -- > b --><b>"), "T(<!-- a -- > b -->)|+<b>");
+    EXPECT_EQ(Tokens("<!-- a -> <b> --><i>"), "T(<!-- a -> <b> -->)|+<i>");  // one dash ends nothing
 }
 
 TEST(HtmlParserTest, UnterminatedCommentRunsToTheEnd) {

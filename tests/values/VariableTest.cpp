@@ -61,24 +61,6 @@ TEST(VariableTest, AddingToANonArrayFailsAndLeavesOwnershipWithTheCaller) {
     EXPECT_EQ(v.Assign(&element), 0);
 }
 
-TEST(VariableTest, SettersThatAreNotOverriddenChangeNothing) {
-    VarInteger n;
-    n.SetIntegerValue(7);
-    n.SetStringValue("12", 2);
-    n.SetStringValue(NyxString("12"));
-    n.SetDoubleValue(3.5);
-    n.SetFloatValue(4.5f);
-    n.SetBoolValue(1);
-    n.SetCharValue('x');
-    n.SetHandleValue(&n);
-    n.SetArraySize(5);
-    n.AdjustArraySize(5);
-    n.DeleteArrayElement(0);
-    n.SwapArrayElements(0, 1);
-    EXPECT_EQ(n.GetIntegerValue(), 7);
-    EXPECT_EQ(n.GetElementCount(), 0u);
-}
-
 TEST(VariableTest, DumpsAppendNothingByDefault) {
     PlainVariable v;
     NyxString out("keep");

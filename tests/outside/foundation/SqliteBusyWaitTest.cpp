@@ -11,7 +11,7 @@
 #include <thread>
 
 #include "outside/foundation/LibSqlite.h"
-#include "outside/foundation/TemporaryFolder.h"
+#include "TemporaryFolder.h"
 
 namespace {
 

@@ -4,6 +4,7 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <string>
 
 #include <stdlib.h>
@@ -15,7 +16,7 @@ public:
         std::string parent = (base != nullptr && base[0] != '\0') ? base : "/tmp";
         std::error_code ignored;
         std::filesystem::create_directories(parent, ignored);
-        std::string pattern = parent + "/foundation-XXXXXX";
+        std::string pattern = parent + "/vexl-test-XXXXXX";
         if (mkdtemp(pattern.data()) != nullptr) Path = pattern;
     }
     ~TemporaryFolder() {
@@ -28,6 +29,12 @@ public:
 
     const std::string& Get() const { return Path; }
     std::string operator/(const std::string& name) const { return Path + "/" + name; }
+    // Writes `bytes` to the file `name` in the folder; gives its path.
+    std::string Write(const std::string& name, const std::string& bytes) const {
+        const std::string file = *this / name;
+        std::ofstream(file, std::ios::binary) << bytes;
+        return file;
+    }
 
 private:
     std::string Path;  // empty if the folder could not be made
