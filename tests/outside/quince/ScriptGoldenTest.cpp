@@ -1,5 +1,5 @@
 // Golden tests of the Quince language: each scripts/NAME.qnc runs (its
-// procedure main) in a fresh context whose output must equal scripts/NAME.out
+// procedure main) in a fresh context whose output must equal scripts/NAME.expected
 // byte for byte. A scripts/NAME.ini beside it becomes the context's
 // configuration (the tests of the bounds set small limits there). The
 // scripts' folder is cut out of the output, so reports read "NAME.qnc".
@@ -54,7 +54,7 @@ protected:
 TEST_P(ScriptGoldenTest, OutputMatches) {
     const std::string name = GetParam();
     const std::filesystem::path script = kScripts / (name + ".qnc");
-    const std::filesystem::path expectedPath = kScripts / (name + ".out");
+    const std::filesystem::path expectedPath = kScripts / (name + ".expected");
     const std::filesystem::path ini = kScripts / (name + ".ini");
     ASSERT_TRUE(std::filesystem::exists(expectedPath)) << "no expected output " << expectedPath;
 
