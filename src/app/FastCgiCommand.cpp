@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <optional>
 #include <string>
 #include <unistd.h>
 
@@ -95,13 +96,17 @@ void StopAfterThisRequest(int)
 
 #endif
 
-}  // namespace
+// What the command line asks of the worker, besides the handler options.
+struct FastCgiOptions {
+    HandlerOptions Handler;
+    std::string SocketAddress;  // empty: the socket the web server gave on descriptor 0
+    unsigned MaxRequests = 0;   // 0: no limit
+};
 
-int RunFastCgiCommand(int argc, char** argv)
+// Reads the command line into `options`; a status to exit with when the
+// command ends here (help, or a usage error).
+std::optional<int> ParseFastCgiOptions(int argc, char** argv, FastCgiOptions& options)
 {
-    HandlerOptions options;
-    std::string socketAddress;
-    unsigned maxRequests = 0;
     for (int index = 0; index < argc;) {
         const char* argument = argv[index];
         if (std::strcmp(argument, "--help") == 0 || std::strcmp(argument, "-h") == 0) {
@@ -115,14 +120,14 @@ int RunFastCgiCommand(int argc, char** argv)
                 return ReportUsageError("fcgi", message.c_str());
             }
             if (argument[2] == 's') {
-                socketAddress = argv[index + 1];
-            } else if (!ParseUnsigned32(argv[index + 1], maxRequests) || maxRequests == 0) {
+                options.SocketAddress = argv[index + 1];
+            } else if (!ParseUnsigned32(argv[index + 1], options.MaxRequests) || options.MaxRequests == 0) {
                 return ReportUsageError("fcgi", "--max-requests needs a positive number");
             }
             index += 2;
             continue;
         }
-        int consumed = ParseHandlerOption("fcgi", argc, argv, index, options);
+        int consumed = ParseHandlerOption("fcgi", argc, argv, index, options.Handler);
         if (consumed < 0)
             return kUsageExitStatus;
         if (consumed == 0) {
@@ -131,20 +136,24 @@ int RunFastCgiCommand(int argc, char** argv)
         }
         index += consumed;
     }
+    return std::nullopt;
+}
 
-#ifndef VEXL_HAVE_FCGI
-    std::fputs("vexl fcgi: this vexl was built without FastCGI support (install libfcgi-dev and rebuild)\n", stderr);
-    return 1;
-#else
+#ifdef VEXL_HAVE_FCGI
+// Starts the FastCGI library and finds the socket to accept on: the one
+// named, or descriptor 0 as the web server gave it. A status to exit with
+// when there is none.
+std::optional<int> OpenListenSocket(const std::string& address, int& listenSocket)
+{
     if (FCGX_Init() != 0) {
         std::fputs("vexl fcgi: the FastCGI library failed to start\n", stderr);
         return 1;
     }
-    int listenSocket = 0;
-    if (!socketAddress.empty()) {
-        listenSocket = FCGX_OpenSocket(socketAddress.c_str(), kListenBacklog);
+    listenSocket = 0;
+    if (!address.empty()) {
+        listenSocket = FCGX_OpenSocket(address.c_str(), kListenBacklog);
         if (listenSocket < 0) {
-            std::fprintf(stderr, "vexl fcgi: cannot listen on '%s'\n", socketAddress.c_str());
+            std::fprintf(stderr, "vexl fcgi: cannot listen on '%s'\n", address.c_str());
             return 1;
         }
     } else if (FCGX_IsCGI()) {
@@ -153,13 +162,32 @@ int RunFastCgiCommand(int argc, char** argv)
                    stderr);
         return kUsageExitStatus;
     }
+    return std::nullopt;
+}
+#endif
+
+}  // namespace
+
+int RunFastCgiCommand(int argc, char** argv)
+{
+    FastCgiOptions options;
+    if (std::optional<int> status = ParseFastCgiOptions(argc, argv, options))
+        return *status;
+
+#ifndef VEXL_HAVE_FCGI
+    std::fputs("vexl fcgi: this vexl was built without FastCGI support (install libfcgi-dev and rebuild)\n", stderr);
+    return 1;
+#else
+    int listenSocket = 0;
+    if (std::optional<int> status = OpenListenSocket(options.SocketAddress, listenSocket))
+        return *status;
 
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGTERM, StopAfterThisRequest);
     std::signal(SIGINT, StopAfterThisRequest);
     // A worker that its web server started ends with it (after the request
     // in hand), instead of waiting on a socket nobody will connect to again.
-    if (socketAddress.empty() && !SignalWhenParentEnds(SIGTERM))
+    if (options.SocketAddress.empty() && !SignalWhenParentEnds(SIGTERM))
         return 0;
 
     FCGX_Request request;
@@ -172,14 +200,14 @@ int RunFastCgiCommand(int argc, char** argv)
     while (FCGX_Accept_r(&request) >= 0) {
         RequestInProgress = 1;
         RequestEnvironment environment = ReadRequestEnvironment(request.envp);
-        HandlerSettings settings = ResolveHandlerSettings(options, environment);
+        HandlerSettings settings = ResolveHandlerSettings(options.Handler, environment);
         settings.KeepParsedPages = true;
         FastCgiBodyReader body(request.in);
         FastCgiWriter writer(request.out);
         HandleCgiRequest(environment, body, writer, settings);
         FCGX_Finish_r(&request);
         RequestInProgress = 0;
-        if (maxRequests != 0 && ++handled >= maxRequests)
+        if (options.MaxRequests != 0 && ++handled >= options.MaxRequests)
             break;
     }
     FCGX_Free(&request, 1);

@@ -6,6 +6,7 @@
 #include <climits>
 #include <cstdlib>
 #include <fcntl.h>
+#include <optional>
 #include <string>
 #include <unistd.h>
 #include <vector>
@@ -380,6 +381,68 @@ ChosenPage ChoosePage(const RequestEnvironment& environment, const std::vector<F
     return chosen;
 }
 
+// The request's fields, from its query and, for a POST, its body; the
+// answer instead when the method or the fields are refused.
+std::optional<PageResponse> ReadFields(const RequestEnvironment& environment, BodyReader& body,
+                                       const HandlerSettings& settings, std::vector<FormField>& fields,
+                                       std::size_t& queryFields)
+{
+    std::string method = GetEnvironmentValue(environment, "REQUEST_METHOD");
+    if (method.empty())
+        method = "GET";
+    if (method != "GET" && method != "HEAD" && method != "POST") {
+        PageResponse response = MakeErrorResponse(405, "Pages answer GET, HEAD and POST.");
+        response.Headers.emplace_back("Allow", "GET, HEAD, POST");
+        return response;
+    }
+    if (DecodeUrlEncoded(GetEnvironmentValue(environment, "QUERY_STRING"), fields) != DecodeStatus::Ok)
+        return MakeErrorResponse(413, "The request carries too many fields.");
+    queryFields = fields.size();
+    if (method != "POST")
+        return std::nullopt;
+    std::string bytes;
+    int status = ReadBody(environment, body, settings.MaxBodyBytes, bytes);
+    if (status == 0)
+        status = DecodeBody(environment, bytes, fields);
+    if (status == 413)
+        return MakeErrorResponse(413, "The request body is too large.");
+    if (status != 0)
+        return MakeErrorResponse(status, "The request body could not be read.");
+    return std::nullopt;
+}
+
+// After the walk: the page's headers go to `response`, and a session
+// problem, a limit or a failed write to the log. A page that must not pass
+// for a finished one gives the answer to send instead.
+std::optional<PageResponse> FinishPage(VexlPage& page, const RequestEnvironment& environment,
+                                       const std::string& pagePath, PageResponse& response)
+{
+    // Over HTTPS the cookie is kept from plain-text requests.
+    std::string https = GetEnvironmentValue(environment, "HTTPS");
+    TakePageHeaders(page, https == "on" || https == "1", response);
+    std::string sessionProblem = page.GetSessionProblem().ToStd();
+    if (!sessionProblem.empty())
+        std::fprintf(stderr, "vexl: %s: %s\n", pagePath.c_str(), sessionProblem.c_str());
+    // A limit that ended the page goes to the log too: the visitor saw its message.
+    const char* endedBy = page.Walks->EndedBy;
+    if (page.Walks->Ended && page.GetWriteProblem().IsEmpty())
+        std::fprintf(stderr, "vexl: %s: the page was ended by its limit %s\n", pagePath.c_str(), endedBy);
+    const std::string writeProblem = page.GetWriteProblem().ToStd();
+    if (!writeProblem.empty()) {
+        // A page cut short must not pass for a finished one.
+        std::fprintf(stderr, "vexl: %s: %s\n", pagePath.c_str(), writeProblem.c_str());
+        return MakeErrorResponse(500, "The page could not be finished: the server could not write a file it needed.");
+    }
+    if (page.HasSessionFailed()) {
+        // Its changes are not kept: the visitor must not take the page for done.
+        PageResponse busy = MakeErrorResponse(503, "The page's session is busy or could not be stored: " + sessionProblem +
+                                                       ". Try again in a moment.");
+        busy.Headers.emplace_back("Retry-After", "2");
+        return busy;
+    }
+    return std::nullopt;
+}
+
 }  // namespace
 
 PageResponse RenderPageRequest(const RequestEnvironment& environment, BodyReader& body,
@@ -389,29 +452,10 @@ PageResponse RenderPageRequest(const RequestEnvironment& environment, BodyReader
     if (root.empty())
         return MakeErrorResponse(500, "The document root is not set or is not a folder.");
 
-    std::string method = GetEnvironmentValue(environment, "REQUEST_METHOD");
-    if (method.empty())
-        method = "GET";
-    if (method != "GET" && method != "HEAD" && method != "POST") {
-        PageResponse response = MakeErrorResponse(405, "Pages answer GET, HEAD and POST.");
-        response.Headers.emplace_back("Allow", "GET, HEAD, POST");
-        return response;
-    }
-
     std::vector<FormField> fields;
-    if (DecodeUrlEncoded(GetEnvironmentValue(environment, "QUERY_STRING"), fields) != DecodeStatus::Ok)
-        return MakeErrorResponse(413, "The request carries too many fields.");
-    const std::size_t queryFields = fields.size();
-    if (method == "POST") {
-        std::string bytes;
-        int status = ReadBody(environment, body, settings.MaxBodyBytes, bytes);
-        if (status == 0)
-            status = DecodeBody(environment, bytes, fields);
-        if (status == 413)
-            return MakeErrorResponse(413, "The request body is too large.");
-        if (status != 0)
-            return MakeErrorResponse(status, "The request body could not be read.");
-    }
+    std::size_t queryFields = 0;
+    if (std::optional<PageResponse> refused = ReadFields(environment, body, settings, fields, queryFields))
+        return std::move(*refused);
 
     std::string iniPath = MakeAbsolute(settings.IniPath);
     const bool redirects = RedirectsHtmlFile(iniPath);
@@ -455,29 +499,8 @@ PageResponse RenderPageRequest(const RequestEnvironment& environment, BodyReader
         page.Process();
         if (capturing)
             stray = capture.End();
-        // Over HTTPS the cookie is kept from plain-text requests.
-        std::string https = GetEnvironmentValue(environment, "HTTPS");
-        TakePageHeaders(page, https == "on" || https == "1", response);
-        std::string sessionProblem = page.GetSessionProblem().ToStd();
-        if (!sessionProblem.empty())
-            std::fprintf(stderr, "vexl: %s: %s\n", pagePath.c_str(), sessionProblem.c_str());
-        // A limit that ended the page goes to the log too: the visitor saw its message.
-        const char* endedBy = page.Walks->EndedBy;
-        if (page.Walks->Ended && page.GetWriteProblem().IsEmpty())
-            std::fprintf(stderr, "vexl: %s: the page was ended by its limit %s\n", pagePath.c_str(), endedBy);
-        const std::string writeProblem = page.GetWriteProblem().ToStd();
-        if (!writeProblem.empty()) {
-            // A page cut short must not pass for a finished one.
-            std::fprintf(stderr, "vexl: %s: %s\n", pagePath.c_str(), writeProblem.c_str());
-            return MakeErrorResponse(500, "The page could not be finished: the server could not write a file it needed.");
-        }
-        if (page.HasSessionFailed()) {
-            // Its changes are not kept: the visitor must not take the page for done.
-            response = MakeErrorResponse(503, "The page's session is busy or could not be stored: " + sessionProblem +
-                                                  ". Try again in a moment.");
-            response.Headers.emplace_back("Retry-After", "2");
-            return response;
-        }
+        if (std::optional<PageResponse> failed = FinishPage(page, environment, pagePath, response))
+            return std::move(*failed);
     }
     response.Body.reserve(stray.size() + output.GetSize());
     response.Body = stray;

@@ -466,6 +466,117 @@ void NyxString::Printf(const char* format, ...) {
 
 void NyxString::VPrintf(const NyxString& format, va_list arguments) { VPrintf(format.GetString(), arguments); }
 
+namespace {
+
+// One conversion of a format: its own piece of the format, for snprintf,
+// and what it takes from the arguments.
+struct Conversion {
+    char Piece[64];
+    std::size_t Length = 0;
+    int Stars[2] = {0, 0};  // widths and precisions given as '*'
+    int StarCount = 0;
+    int Longs = 0;          // 'l' modifiers
+    bool SizeT = false;     // a 'z' modifier
+    char Kind = '\0';
+};
+
+// Reads the conversion whose '%' is just before `q`: flags, width,
+// precision, length modifiers and the conversion letter; '*' values come
+// from `args`. Returns the position behind it, or null if the format ends.
+const char* ReadConversion(const char* q, va_list* args, Conversion& c) {
+    c.Piece[c.Length++] = '%';
+    while (*q != '\0' && std::strchr("-+ #0123456789.*", *q) != nullptr && c.Length < 40) {
+        if (*q == '*' && c.StarCount < 2) c.Stars[c.StarCount++] = va_arg(*args, int);
+        c.Piece[c.Length++] = *q++;
+    }
+    while ((*q == 'l' || *q == 'h' || *q == 'z' || *q == 'L') && c.Length < 60) {
+        if (*q == 'l') ++c.Longs;
+        if (*q == 'z') c.SizeT = true;
+        c.Piece[c.Length++] = *q++;
+    }
+    if (*q == '\0') return nullptr;
+    c.Kind = *q;
+    c.Piece[c.Length++] = *q;
+    c.Piece[c.Length] = '\0';
+    return q + 1;
+}
+
+// snprintf of one value through the conversion's piece, its '*' values first.
+template <class T>
+int FormatOne(char* target, std::size_t size, const Conversion& c, T value) {
+    if (c.StarCount == 2) return std::snprintf(target, size, c.Piece, c.Stars[0], c.Stars[1], value);
+    if (c.StarCount == 1) return std::snprintf(target, size, c.Piece, c.Stars[0], value);
+    return std::snprintf(target, size, c.Piece, value);
+}
+
+// Appends the text of a %s conversion. With a width or precision it is
+// measured first: with a precision the text need not be terminated.
+void AppendText(NyxString& result, const Conversion& c, const char* text) {
+    if (text == nullptr) text = "(null)";
+    if (c.StarCount == 0 && c.Length == 2) {
+        result.Append(text);
+        return;
+    }
+    const int n = FormatOne(nullptr, 0, c, text);
+    if (n <= 0) return;
+    std::string big(static_cast<std::size_t>(n) + 1, '\0');
+    FormatOne(big.data(), big.size(), c, text);
+    result.AppendBytes(big.data(), static_cast<std::size_t>(n));
+}
+
+// Appends one conversion, its value taken from `args`.
+void AppendConversion(NyxString& result, const Conversion& c, va_list* args) {
+    char number[512];  // holds any double in %f; only an absurd width is cut
+    int written = 0;
+    switch (c.Kind) {
+    case 'S':
+        if (const auto* text = va_arg(*args, const NyxString*)) result.Append(*text);
+        return;
+    case 's':
+        AppendText(result, c, va_arg(*args, const char*));
+        return;
+    case 'c':
+        written = FormatOne(number, sizeof number, c, va_arg(*args, int));
+        break;
+    case 'd':
+    case 'i':
+        if (c.SizeT) written = FormatOne(number, sizeof number, c, va_arg(*args, long));
+        else if (c.Longs >= 2) written = FormatOne(number, sizeof number, c, va_arg(*args, long long));
+        else if (c.Longs == 1) written = FormatOne(number, sizeof number, c, va_arg(*args, long));
+        else written = FormatOne(number, sizeof number, c, va_arg(*args, int));
+        break;
+    case 'u':
+    case 'x':
+    case 'X':
+    case 'o':
+        if (c.SizeT) written = FormatOne(number, sizeof number, c, va_arg(*args, std::size_t));
+        else if (c.Longs >= 2) written = FormatOne(number, sizeof number, c, va_arg(*args, unsigned long long));
+        else if (c.Longs == 1) written = FormatOne(number, sizeof number, c, va_arg(*args, unsigned long));
+        else written = FormatOne(number, sizeof number, c, va_arg(*args, unsigned));
+        break;
+    case 'f':
+    case 'F':
+    case 'e':
+    case 'E':
+    case 'g':
+    case 'G':
+    case 'a':
+    case 'A':
+        written = FormatOne(number, sizeof number, c, va_arg(*args, double));
+        break;
+    case 'p':
+        written = FormatOne(number, sizeof number, c, va_arg(*args, void*));
+        break;
+    default:
+        // Unknown conversion: keep the text as written.
+        result.AppendBytes(c.Piece, c.Length);
+        return;
+    }
+    if (written > 0) result.AppendBytes(number, std::min<std::size_t>(static_cast<std::size_t>(written), sizeof number - 1));
+}
+
+}  // namespace
+
 // Walks the format one conversion at a time; %S appends a NyxString, every
 // other conversion is handed to snprintf with its own piece of the format.
 void NyxString::VPrintf(const char* format, va_list arguments) {
@@ -473,8 +584,6 @@ void NyxString::VPrintf(const char* format, va_list arguments) {
     va_copy(args, arguments);
     NyxString result;
     const char* p = format == nullptr ? "" : format;
-    char piece[64];
-    char number[512];
     while (*p != '\0') {
         const char* percent = std::strchr(p, '%');
         if (percent == nullptr) {
@@ -482,109 +591,15 @@ void NyxString::VPrintf(const char* format, va_list arguments) {
             break;
         }
         result.AppendBytes(p, static_cast<std::size_t>(percent - p));
-        const char* q = percent + 1;
-        if (*q == '%') {
+        if (percent[1] == '%') {
             result.Append('%', 1);
-            p = q + 1;
+            p = percent + 2;
             continue;
         }
-        // Flags, width, precision.
-        std::size_t specLength = 1;
-        piece[0] = '%';
-        int stars[2] = {0, 0};
-        int starCount = 0;
-        while (*q != '\0' && std::strchr("-+ #0123456789.*", *q) != nullptr && specLength < 40) {
-            if (*q == '*' && starCount < 2) stars[starCount++] = va_arg(args, int);
-            piece[specLength++] = *q++;
-        }
-        // Length modifiers.
-        int longs = 0;
-        bool sizeT = false;
-        while ((*q == 'l' || *q == 'h' || *q == 'z' || *q == 'L') && specLength < 60) {
-            if (*q == 'l') ++longs;
-            if (*q == 'z') sizeT = true;
-            piece[specLength++] = *q++;
-        }
-        const char conversion = *q;
-        if (conversion == '\0') break;
-        piece[specLength++] = conversion;
-        piece[specLength] = '\0';
-        p = q + 1;
-        int written = 0;
-        auto emit = [&](auto value) {
-            if (starCount == 2) written = std::snprintf(number, sizeof number, piece, stars[0], stars[1], value);
-            else if (starCount == 1) written = std::snprintf(number, sizeof number, piece, stars[0], value);
-            else written = std::snprintf(number, sizeof number, piece, value);
-        };
-        switch (conversion) {
-        case 'S': {
-            const auto* text = va_arg(args, const NyxString*);
-            if (text != nullptr) result.Append(*text);
-            continue;
-        }
-        case 's': {
-            const char* text = va_arg(args, const char*);
-            if (text == nullptr) text = "(null)";
-            if (starCount == 0 && specLength == 2) {
-                result.Append(text);
-                continue;
-            }
-            // A width or precision: measure first, since with a precision the
-            // text need not be terminated (strlen could run past it).
-            auto format = [&](char* target, std::size_t size) {
-                return starCount == 2   ? std::snprintf(target, size, piece, stars[0], stars[1], text)
-                       : starCount == 1 ? std::snprintf(target, size, piece, stars[0], text)
-                                        : std::snprintf(target, size, piece, text);
-            };
-            const int n = format(nullptr, 0);
-            if (n > 0) {
-                std::string big(static_cast<std::size_t>(n) + 1, '\0');
-                format(big.data(), big.size());
-                result.AppendBytes(big.data(), static_cast<std::size_t>(n));
-            }
-            continue;
-        }
-        case 'c':
-            emit(va_arg(args, int));
-            break;
-        case 'd':
-        case 'i':
-            if (sizeT) emit(va_arg(args, long));
-            else if (longs >= 2) emit(va_arg(args, long long));
-            else if (longs == 1) emit(va_arg(args, long));
-            else emit(va_arg(args, int));
-            break;
-        case 'u':
-        case 'x':
-        case 'X':
-        case 'o':
-            if (sizeT) emit(va_arg(args, std::size_t));
-            else if (longs >= 2) emit(va_arg(args, unsigned long long));
-            else if (longs == 1) emit(va_arg(args, unsigned long));
-            else emit(va_arg(args, unsigned));
-            break;
-        case 'f':
-        case 'F':
-        case 'e':
-        case 'E':
-        case 'g':
-        case 'G':
-        case 'a':
-        case 'A':
-            emit(va_arg(args, double));
-            break;
-        case 'p':
-            emit(va_arg(args, void*));
-            break;
-        default:
-            // Unknown conversion: keep the text as written.
-            result.AppendBytes(piece, specLength);
-            continue;
-        }
-        if (written > 0) {
-            // 512 bytes hold any double in %f; only an absurd width is cut.
-            result.AppendBytes(number, std::min<std::size_t>(static_cast<std::size_t>(written), sizeof number - 1));
-        }
+        Conversion conversion;
+        p = ReadConversion(percent + 1, &args, conversion);
+        if (p == nullptr) break;
+        AppendConversion(result, conversion, &args);
     }
     va_end(args);
     *this = std::move(result);
