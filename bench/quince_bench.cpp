@@ -12,9 +12,9 @@
 #include <cstring>
 #include <string>
 
-#include "outside/quince/ExpressionCompiler.h"
-#include "outside/quince/QuinceContext.h"
-#include "outside/quince/Stack.h"
+#include "quince/ExpressionCompiler.h"
+#include "quince/QuinceContext.h"
+#include "quince/Stack.h"
 #include "values/VarInteger.h"
 
 namespace {

@@ -19,7 +19,7 @@
 #include <vector>
 
 #include "app/MemoryRetention.h"
-#include "outside/foundation/Sql.h"
+#include "foundation/Sql.h"
 #include "page/VexlPage.h"
 
 extern char** environ;

@@ -10,7 +10,7 @@
 #include <memory>
 #include <string_view>
 
-#include "outside/foundation/NodeList.h"
+#include "foundation/NodeList.h"
 #include "values/HtmlObjectList.h"
 #include "values/HtmlTagIds.h"
 

@@ -11,10 +11,10 @@
 
 #include <vector>
 
-#include "outside/quince/ExpressionCompiler.h"
-#include "outside/quince/Procedure.h"
-#include "outside/quince/QuinceContext.h"
-#include "outside/quince/Stack.h"
+#include "quince/ExpressionCompiler.h"
+#include "quince/Procedure.h"
+#include "quince/QuinceContext.h"
+#include "quince/Stack.h"
 #include "values/VarInteger.h"
 #include "values/VarString.h"
 #include "values/Variable.h"

@@ -12,7 +12,7 @@
 
 #include <unistd.h>
 
-#include "outside/foundation/Sql.h"
+#include "foundation/Sql.h"
 
 class PostgresServer {
 public:

@@ -7,8 +7,8 @@
 #include <string>
 
 #include "app/AppCommands.h"
-#include "outside/foundation/Sql.h"
-#include "outside/quince/SessionStoreCopy.h"
+#include "foundation/Sql.h"
+#include "quince/SessionStoreCopy.h"
 
 namespace {
 

@@ -30,10 +30,10 @@
 #include "app/PageRequest.h"
 #include "app/PageResponse.h"
 #include "app/RequestDecoder.h"
-#include "outside/foundation/IniFile.h"
-#include "outside/foundation/Paths.h"
-#include "outside/foundation/Process.h"
-#include "outside/quince/Limits.h"
+#include "foundation/IniFile.h"
+#include "foundation/Paths.h"
+#include "foundation/Process.h"
+#include "quince/Limits.h"
 
 namespace {
 

@@ -13,7 +13,7 @@
 #include "app/HandlerSettings.h"
 #include "app/PageRequest.h"
 #include "app/RequestDecoder.h"
-#include "outside/foundation/Process.h"
+#include "foundation/Process.h"
 
 #ifdef VEXL_HAVE_FCGI
 #include <fcgiapp.h>

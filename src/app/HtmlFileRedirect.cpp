@@ -1,7 +1,7 @@
 #include "app/HtmlFileRedirect.h"
 
 #include "app/RequestDecoder.h"
-#include "outside/foundation/IniFile.h"
+#include "foundation/IniFile.h"
 
 namespace {
 

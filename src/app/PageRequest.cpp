@@ -17,7 +17,7 @@
 #include "app/RequestDecoder.h"
 #include "app/SessionCookies.h"
 #include "app/StdoutCapture.h"
-#include "outside/foundation/Sql.h"
+#include "foundation/Sql.h"
 #include "page/PageCache.h"
 #include "page/VexlPage.h"
 

@@ -3,8 +3,8 @@
 #include <cstdio>
 
 #include "app/AppCommands.h"
-#include "outside/foundation/Paths.h"
-#include "outside/quince/QuinceContext.h"
+#include "foundation/Paths.h"
+#include "quince/QuinceContext.h"
 
 int RunVersionCommand()
 {

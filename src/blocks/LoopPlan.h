@@ -15,7 +15,7 @@
 #include <string>
 #include <vector>
 
-#include "outside/quince/PreparedExpression.h"
+#include "quince/PreparedExpression.h"
 #include "values/HtmlListAttachment.h"
 #include "values/NyxString.h"
 

@@ -6,7 +6,7 @@
 
 #include <memory>
 
-#include "outside/foundation/NodeList.h"
+#include "foundation/NodeList.h"
 #include "page/SafeOutput.h"
 #include "page/VexlPage.h"
 #include "values/Variable.h"

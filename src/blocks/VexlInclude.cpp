@@ -4,8 +4,8 @@
 
 #include <cstdio>
 
-#include "outside/foundation/Files.h"
-#include "outside/foundation/Paths.h"
+#include "foundation/Files.h"
+#include "foundation/Paths.h"
 #include "page/VexlPage.h"
 #include "tags/VexlParse.h"
 

@@ -5,7 +5,7 @@
 #include "blocks/VexlLoop.h"
 
 #include "blocks/LoopPlan.h"
-#include "outside/quince/PreparedExpression.h"
+#include "quince/PreparedExpression.h"
 #include "page/VexlPage.h"
 #include "tags/BlockScan.h"
 #include "tags/VexlParse.h"

@@ -7,9 +7,9 @@
 #include <cctype>
 
 #include "check/TagRules.h"
-#include "outside/foundation/Files.h"
-#include "outside/quince/QuinceContext.h"
-#include "outside/quince/SourceCheck.h"
+#include "foundation/Files.h"
+#include "quince/QuinceContext.h"
+#include "quince/SourceCheck.h"
 #include "values/HtmlObject.h"
 #include "values/HtmlObjectList.h"
 #include "values/HtmlTagIds.h"

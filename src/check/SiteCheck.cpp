@@ -7,9 +7,9 @@
 #include <filesystem>
 #include <functional>
 
-#include "outside/foundation/IniFile.h"
-#include "outside/quince/QuinceContext.h"
-#include "outside/quince/SourceCheck.h"
+#include "foundation/IniFile.h"
+#include "quince/QuinceContext.h"
+#include "quince/SourceCheck.h"
 
 namespace fs = std::filesystem;
 

@@ -2,8 +2,8 @@
 
 #include <string_view>
 
-#include "outside/foundation/IniFile.h"
-#include "outside/foundation/Paths.h"
+#include "foundation/IniFile.h"
+#include "foundation/Paths.h"
 
 namespace {
 

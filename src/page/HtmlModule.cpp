@@ -3,8 +3,8 @@
 #include <atomic>
 #include <cstdio>
 
-#include "outside/foundation/Modules.h"
-#include "outside/quince/FunctionModule.h"
+#include "foundation/Modules.h"
+#include "quince/FunctionModule.h"
 #include "page/VexlPage.h"
 
 bool VexlPage::LoadHtmlModule() {

@@ -11,7 +11,7 @@
 #include <string>
 #include <unordered_map>
 
-#include "outside/foundation/Files.h"
+#include "foundation/Files.h"
 #include "values/NyxString.h"
 
 class HtmlObjectList;

@@ -1,7 +1,7 @@
 // VexlPage pre-page scripts: the script that the configuration names under
 // "Preload" runs before the page; its "main" runs once and is then removed.
-#include "outside/foundation/IniFile.h"
-#include "outside/foundation/Paths.h"
+#include "foundation/IniFile.h"
+#include "foundation/Paths.h"
 #include "page/VexlPage.h"
 #include "values/PathParser.h"
 

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string>
 
-#include "outside/foundation/TextEscapes.h"
+#include "foundation/TextEscapes.h"
 #include "values/Variable.h"
 
 namespace {

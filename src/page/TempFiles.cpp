@@ -1,6 +1,6 @@
 // VexlPage temporary files: registered paths are deleted at the end of the
 // request, last to first.
-#include "outside/foundation/Files.h"
+#include "foundation/Files.h"
 #include "page/VexlPage.h"
 
 void VexlPage::DeleteTempFiles() {

@@ -8,8 +8,8 @@
 #include <chrono>
 #include <cstring>
 
-#include "outside/foundation/Paths.h"
-#include "outside/foundation/Sql.h"
+#include "foundation/Paths.h"
+#include "foundation/Sql.h"
 
 namespace {
 

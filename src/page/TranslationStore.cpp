@@ -1,7 +1,7 @@
 // VexlPage translation store: the database and its connection, taken from
 // the thread's kept sources when the first text needs it and given back by
 // every TRANSLATION tag and at the end of the page.
-#include "outside/foundation/Sql.h"
+#include "foundation/Sql.h"
 #include "page/Contained.h"
 #include "page/TranslationSource.h"
 #include "page/VexlPage.h"

@@ -4,12 +4,12 @@
 
 #include <cstdlib>
 
-#include "outside/foundation/Files.h"
-#include "outside/foundation/IniFile.h"
-#include "outside/foundation/Paths.h"
-#include "outside/foundation/Random.h"
-#include "outside/foundation/Sql.h"
-#include "outside/quince/Engine.h"
+#include "foundation/Files.h"
+#include "foundation/IniFile.h"
+#include "foundation/Paths.h"
+#include "foundation/Random.h"
+#include "foundation/Sql.h"
+#include "quince/Engine.h"
 #include "page/Contained.h"
 #include "page/TranslationSource.h"
 #include "page/PageCache.h"

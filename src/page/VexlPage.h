@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <functional>
 
-#include "outside/quince/QuinceContext.h"
+#include "quince/QuinceContext.h"
 #include "page/FileConfinement.h"
 #include "page/WalkBudget.h"
 #include "page/HeaderList.h"

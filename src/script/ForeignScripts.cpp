@@ -4,10 +4,10 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "outside/foundation/Files.h"
-#include "outside/foundation/IniFile.h"
-#include "outside/foundation/Paths.h"
-#include "outside/foundation/Process.h"
+#include "foundation/Files.h"
+#include "foundation/IniFile.h"
+#include "foundation/Paths.h"
+#include "foundation/Process.h"
 #include "page/VexlPage.h"
 #include "script/VexlScript.h"
 

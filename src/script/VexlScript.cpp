@@ -3,8 +3,8 @@
 // procedures into the context.
 #include "script/VexlScript.h"
 
-#include "outside/foundation/IniFile.h"
-#include "outside/quince/QuinceContext.h"
+#include "foundation/IniFile.h"
+#include "quince/QuinceContext.h"
 #include "page/VexlPage.h"
 
 VexlScript::VexlScript(VexlPage* page) : VexlBase(page), FileStem(PageFileStem()) {}

@@ -1,7 +1,7 @@
 // VexlBase conditions: the truth of a Quince expression, by the type of the
 // value it leaves.
-#include "outside/quince/ExpressionCompiler.h"
-#include "outside/quince/PreparedExpression.h"
+#include "quince/ExpressionCompiler.h"
+#include "quince/PreparedExpression.h"
 #include "page/VexlPage.h"
 #include "tags/VexlBase.h"
 #include "values/Variable.h"

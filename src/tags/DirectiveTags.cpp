@@ -1,7 +1,7 @@
 // VexlParse directives: SETVAR sets a script variable, SETHEADER a response
 // header. Neither prints anything when it succeeds.
-#include "outside/quince/ExpressionCompiler.h"
-#include "outside/quince/Stack.h"
+#include "quince/ExpressionCompiler.h"
+#include "quince/Stack.h"
 #include "page/VexlPage.h"
 #include "tags/VexlParse.h"
 #include "values/Variable.h"

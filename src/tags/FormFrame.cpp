@@ -1,8 +1,8 @@
 // VexlParse forms and frames: both tags are rebuilt; a form names its target
 // page and carries the configured variables in hidden fields (under
 // SafeOutput escaped, with their type letters and exact values).
-#include "outside/foundation/IniFile.h"
-#include "outside/quince/Tokeniser.h"
+#include "foundation/IniFile.h"
+#include "quince/Tokeniser.h"
 #include "page/SafeOutput.h"
 #include "page/VexlPage.h"
 #include "tags/VexlParse.h"

@@ -1,7 +1,7 @@
 // VexlBase::RunQuinceProcedure: runs a compiled procedure; with parseOutput
 // what it prints is captured and walked as a page of its own.
-#include "outside/foundation/Files.h"
-#include "outside/quince/QuinceContext.h"
+#include "foundation/Files.h"
+#include "quince/QuinceContext.h"
 #include "page/VexlPage.h"
 #include "tags/VexlBase.h"
 

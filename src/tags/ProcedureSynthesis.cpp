@@ -1,7 +1,7 @@
 // VexlBase::SynthesizeProcedure: a run of statements in the page becomes a
 // named procedure, compiled once; the tag in the list remembers the name.
-#include "outside/quince/Engine.h"
-#include "outside/quince/QuinceContext.h"
+#include "quince/Engine.h"
+#include "quince/QuinceContext.h"
 #include "page/VexlPage.h"
 #include "tags/VexlBase.h"
 

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <cstdint>
 
-#include "outside/quince/ExpressionCompiler.h"
+#include "quince/ExpressionCompiler.h"
 #include "page/VexlPage.h"
 #include "tags/VexlBase.h"
 #include "values/Variable.h"

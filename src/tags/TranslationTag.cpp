@@ -1,7 +1,7 @@
 // VexlParse::HandleTranslation: the TRANSLATION tag names the store (file,
 // table and columns) and turns translation on or off.
 #include "page/TranslationSource.h"
-#include "outside/foundation/Sql.h"
+#include "foundation/Sql.h"
 #include "page/VexlPage.h"
 #include "tags/VexlParse.h"
 

@@ -1,6 +1,6 @@
 // VexlParse user-defined tags: DEFTAG binds a tag name to a procedure, which
 // then runs for each such tag with the page and the tag's position.
-#include "outside/quince/Stack.h"
+#include "quince/Stack.h"
 #include "page/VexlPage.h"
 #include "tags/VexlParse.h"
 #include "values/VarInteger.h"

@@ -2,8 +2,8 @@
 // and the page file's stem.
 #include "tags/VexlBase.h"
 
-#include "outside/foundation/Files.h"
-#include "outside/foundation/Paths.h"
+#include "foundation/Files.h"
+#include "foundation/Paths.h"
 #include "page/SafeOutput.h"
 #include "page/VexlPage.h"
 #include "tags/VexlParse.h"

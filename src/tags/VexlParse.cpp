@@ -9,7 +9,7 @@
 #include "blocks/VexlIf.h"
 #include "blocks/VexlInclude.h"
 #include "blocks/VexlLoop.h"
-#include "outside/foundation/StackRoom.h"
+#include "foundation/StackRoom.h"
 #include "page/SafeOutput.h"
 #include "page/VexlPage.h"
 #include "script/VexlScript.h"

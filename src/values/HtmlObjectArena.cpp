@@ -7,7 +7,7 @@
 
 #include <new>
 
-#include "outside/foundation/PageMemory.h"
+#include "foundation/PageMemory.h"
 
 namespace {
 

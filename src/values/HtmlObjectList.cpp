@@ -6,7 +6,7 @@
 #include <cstring>
 #include <string>
 
-#include "outside/foundation/Files.h"
+#include "foundation/Files.h"
 #include "values/HtmlParser.h"
 #include "values/HtmlTagIds.h"
 

@@ -19,7 +19,7 @@
 #include "values/HtmlObjectArena.h"
 #include "values/HtmlRecord.h"
 #include "values/NyxString.h"
-#include "outside/foundation/PageMemory.h"
+#include "foundation/PageMemory.h"
 
 class HtmlObjectList {
 public:

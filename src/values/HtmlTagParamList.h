@@ -3,7 +3,7 @@
 
 #include <string_view>
 
-#include "outside/foundation/NodeList.h"
+#include "foundation/NodeList.h"
 #include "values/HtmlTagParam.h"
 #include "values/NyxString.h"
 

@@ -3,7 +3,7 @@
 #include "app/PageRequest.cpp"
 #include "app/HtmlFileRedirect.cpp"
 
-#include "outside/quince/SqliteSessionStore.h"
+#include "quince/SqliteSessionStore.h"
 
 #include <sqlite3.h>
 

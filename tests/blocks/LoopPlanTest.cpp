@@ -10,7 +10,7 @@
 #include <string>
 
 #include "blocks/LoopPlan.h"
-#include "outside/quince/Limits.h"
+#include "quince/Limits.h"
 #include "page/VexlPage.h"
 #include "tags/VexlParse.h"
 

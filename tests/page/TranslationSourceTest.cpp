@@ -14,7 +14,7 @@
 #include <vector>
 
 #include "PostgresServer.h"
-#include "outside/foundation/Sql.h"
+#include "foundation/Sql.h"
 #include "page/VexlPage.h"
 
 namespace fs = std::filesystem;
